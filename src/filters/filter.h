@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QObject>
+#include <functional>
+#include <memory>
+
+class Canvas;
+class QProgressDialog;
+class QWidget;
+
+// Reports work done (a row index or a stamp count) to whoever runs a pixel
+// function; returning false cancels the computation. An empty one never cancels.
+using FilterProgress = std::function<bool(int)>;
+
+// A whole-image operation from the Filters menu. run() asks for the setting,
+// takes an undo snapshot, computes under a progress dialog and applies the
+// result through the selection; the pixel work itself is a pure function.
+class Filter : public QObject
+{
+public:
+    explicit Filter(QWidget* parent);
+    ~Filter() override;
+
+    virtual void run(Canvas* canvas, bool repeat) = 0;
+
+protected:
+    // The main window, parent of every dialog a filter opens.
+    QWidget* dialogParent() const;
+    // The window-modal progress dialog of a run, ranged 0 to maximum.
+    std::unique_ptr<QProgressDialog> createProgress(const QString& label, int maximum) const;
+    // A progress callback that updates dialog and reports whether to go on.
+    static FilterProgress pollProgress(QProgressDialog* dialog);
+};
