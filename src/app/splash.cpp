@@ -1,13 +1,45 @@
 // SPDX-License-Identifier: MIT
-// STUB: placeholder until implemented
 #include "app/splash.h"
-#include <type_traits>
-#include <QAction>
-#include <QIcon>
-#include <QProgressDialog>
-#include <QSplashScreen>
-#include "canvas/canvas.h"
-#pragma GCC diagnostic ignored "-Wunused-parameter"
 
-void run_splash_loop(QSplashScreen* splash, const std::function<void(const QString&)>& onMessage) {}
-QString add_plugin_path() { return {}; }
+#include <QCoreApplication>
+#include <QDir>
+#include <QSplashScreen>
+#include <QThread>
+
+namespace {
+
+constexpr int kSplashRounds = 100;
+constexpr unsigned long kSplashRoundMs = 25;
+
+bool shows_message(int round)
+{
+    return round % 7 == 0 || round % 13 == 0;
+}
+
+} // namespace
+
+void run_splash_loop(QSplashScreen* splash, const std::function<void(const QString&)>& onMessage)
+{
+    QString message;
+    for (int round = 0; round < kSplashRounds; ++round) {
+        QThread::msleep(kSplashRoundMs);
+        if (!shows_message(round))
+            continue;
+        splash->showMessage(message, Qt::AlignLeft, Qt::white);
+        if (onMessage)
+            onMessage(message);
+        message += ".";
+    }
+}
+
+QString add_plugin_path()
+{
+    // A failed step leaves the directory where it was, so a missing
+    // "plugins" falls back to the parent of the executable's directory.
+    QDir dir(QCoreApplication::applicationDirPath());
+    dir.cdUp();
+    dir.cd("plugins");
+    const QString path = dir.absolutePath();
+    QCoreApplication::addLibraryPath(path);
+    return path;
+}
