@@ -1,22 +1,143 @@
 // SPDX-License-Identifier: MIT
-// STUB: placeholder until implemented
 #include "tools/brushtool.h"
-#include <type_traits>
-#include <QAction>
-#include <QIcon>
-#include <QProgressDialog>
-#include <QSplashScreen>
-#include "canvas/canvas.h"
-#pragma GCC diagnostic ignored "-Wunused-parameter"
 
-QImage create_brush(const QBitmap& shape, const QColor& color, int size) { return {}; }
-BrushTool::BrushTool() {}
-void BrushTool::mousePressEvent(const QPoint& widgetPos, const QPointF& imagePos, Qt::MouseButton button, Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers) {}
-void BrushTool::mouseReleaseEvent(const QPoint& widgetPos, const QPointF& imagePos, Qt::MouseButton button, Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers) {}
-void BrushTool::mouseMoveEvent(const QPoint& widgetPos, const QPointF& imagePos, Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers) {}
-void BrushTool::keyPressEvent(int key, const QString& text, Qt::KeyboardModifiers modifiers) {}
-void BrushTool::activeEvent(bool active) {}
-void BrushTool::paintEvent(QPainter* painter) {}
-void BrushTool::draw(const QPointF& p) {}
-void BrushTool::resize(int steps) {}
-void BrushTool::setOpacity(int percent) {}
+#include <QColor>
+#include <QCursor>
+#include <QPainter>
+#include <QRegion>
+#include <algorithm>
+
+#include "app/log.h"
+#include "app/mainwindow.h"
+#include "canvas/canvas.h"
+
+namespace {
+
+constexpr int smallestSize = 1;
+constexpr int largestSize = 256;
+
+// The step of "[" from a size: each boundary size belongs to the smaller step.
+int step_down(int size)
+{
+    if (size <= 15)
+        return 1;
+    if (size <= 50)
+        return 5;
+    if (size <= 100)
+        return 10;
+    if (size <= 200)
+        return 25;
+    return 50;
+}
+
+// The step of "]" from a size: each boundary size belongs to the larger step.
+int step_up(int size)
+{
+    if (size < 15)
+        return 1;
+    if (size < 50)
+        return 5;
+    if (size < 100)
+        return 10;
+    if (size < 200)
+        return 25;
+    return 50;
+}
+
+} // namespace
+
+QImage create_brush(const QBitmap& shape, const QColor& color, int size)
+{
+    QImage image(shape.size(), QImage::Format_ARGB32_Premultiplied);
+    image.fill(0);
+    QPainter painter(&image);
+    painter.setClipRegion(QRegion(shape), Qt::ReplaceClip);
+    painter.fillRect(QRect(0, 0, image.width(), image.height()), color);
+    painter.end();
+    return image.scaled(2 * size, 2 * size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
+
+BrushTool::BrushTool()
+{
+    // Loading into a bitmap turns the dark pixels of the artwork into set bits.
+    shape.load(QStringLiteral(":/data/zarn_bitmap.png"));
+}
+
+void BrushTool::mousePressEvent(const QPoint&, const QPointF& imagePos, Qt::MouseButton button,
+                                Qt::MouseButtons, Qt::KeyboardModifiers)
+{
+    if (button != Qt::LeftButton)
+        return;
+    canvas->undoSnapshot();
+    draw(imagePos);
+}
+
+void BrushTool::mouseReleaseEvent(const QPoint&, const QPointF&, Qt::MouseButton, Qt::MouseButtons,
+                                  Qt::KeyboardModifiers)
+{
+}
+
+void BrushTool::mouseMoveEvent(const QPoint&, const QPointF& imagePos, Qt::MouseButtons buttons,
+                               Qt::KeyboardModifiers)
+{
+    if (buttons & Qt::LeftButton)
+        draw(imagePos);
+}
+
+void BrushTool::keyPressEvent(int, const QString& text, Qt::KeyboardModifiers)
+{
+    if (text == QLatin1String("["))
+        resize(-1);
+    else if (text == QLatin1String("]"))
+        resize(1);
+    bool isNumber = false;
+    const int digit = text.toInt(&isNumber, 10);
+    if (isNumber)
+        setOpacity(digit == 0 ? 100 : digit * 10);
+}
+
+void BrushTool::activeEvent(bool active)
+{
+    log("BrushTool %s\n", active ? "active" : "inactive");
+    if (active) {
+        canvas->pushCursor(QCursor(Qt::BlankCursor));
+        mainWindow->setStatus(QStringLiteral("Resize brush with [ and ]"));
+    } else {
+        canvas->popCursor();
+        mainWindow->setStatus(QString());
+    }
+}
+
+void BrushTool::paintEvent(QPainter* painter)
+{
+    const QImage brush = create_brush(shape, Qt::white, size);
+    painter->setCompositionMode(QPainter::CompositionMode_Difference);
+    painter->setBrush(Qt::NoBrush);
+    painter->drawImage(QPointF(imagePos.x() - size, imagePos.y() - size), brush);
+}
+
+void BrushTool::draw(const QPointF& p)
+{
+    const QImage brush = create_brush(shape, mainWindow->drawColor(), size);
+    QPainter painter(&canvas->image());
+    if (!canvas->isMaskEmpty())
+        painter.setClipRegion(canvas->maskRegion(), Qt::ReplaceClip);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setOpacity(opacity / 100.0);
+    painter.drawImage(QPointF(p.x() - size, p.y() - size), brush);
+    painter.end();
+    canvas->update();
+}
+
+void BrushTool::resize(int steps)
+{
+    const int step = steps < 0 ? step_down(size) : step_up(size);
+    size = std::clamp(size + steps * step, smallestSize, largestSize);
+    if (canvas)
+        canvas->update();
+}
+
+void BrushTool::setOpacity(int percent)
+{
+    opacity = percent;
+}

@@ -20,9 +20,8 @@ public:
 
     void mousePressEvent(const QPoint& widgetPos, const QPointF& imagePos, Qt::MouseButton button,
                          Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers) override;
-    void mouseReleaseEvent(const QPoint& widgetPos, const QPointF& imagePos,
-                           Qt::MouseButton button, Qt::MouseButtons buttons,
-                           Qt::KeyboardModifiers modifiers) override;
+    void mouseReleaseEvent(const QPoint& widgetPos, const QPointF& imagePos, Qt::MouseButton button,
+                           Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers) override;
     void mouseMoveEvent(const QPoint& widgetPos, const QPointF& imagePos, Qt::MouseButtons buttons,
                         Qt::KeyboardModifiers modifiers) override;
     void keyPressEvent(int key, const QString& text, Qt::KeyboardModifiers modifiers) override;

@@ -14,9 +14,8 @@ public:
 
     void mousePressEvent(const QPoint& widgetPos, const QPointF& imagePos, Qt::MouseButton button,
                          Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers) override;
-    void mouseReleaseEvent(const QPoint& widgetPos, const QPointF& imagePos,
-                           Qt::MouseButton button, Qt::MouseButtons buttons,
-                           Qt::KeyboardModifiers modifiers) override;
+    void mouseReleaseEvent(const QPoint& widgetPos, const QPointF& imagePos, Qt::MouseButton button,
+                           Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers) override;
     void mouseMoveEvent(const QPoint& widgetPos, const QPointF& imagePos, Qt::MouseButtons buttons,
                         Qt::KeyboardModifiers modifiers) override;
     void activeEvent(bool active) override;
@@ -28,4 +27,7 @@ protected:
     bool dragging = false;
     int subtract = 0;
     std::vector<QPointF> points;
+
+private:
+    void fillPolygon();
 };

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QPoint>
+#include <QSize>
 #include <queue>
 #include <vector>
 
@@ -34,4 +35,8 @@ public:
 protected:
     int subtract = 0;
     int tolerance = 64;
+
+private:
+    std::vector<unsigned char> selectRegion(const QPoint& seed) const;
+    void applyToMask(std::vector<unsigned char> selected, const QSize& size);
 };

@@ -1,16 +1,87 @@
 // SPDX-License-Identifier: MIT
-// STUB: placeholder until implemented
 #include "tools/marqueetool.h"
-#include <type_traits>
-#include <QAction>
-#include <QIcon>
-#include <QProgressDialog>
-#include <QSplashScreen>
-#include "canvas/canvas.h"
-#pragma GCC diagnostic ignored "-Wunused-parameter"
 
-void MarqueeTool::mousePressEvent(const QPoint& widgetPos, const QPointF& imagePos, Qt::MouseButton button, Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers) {}
-void MarqueeTool::mouseReleaseEvent(const QPoint& widgetPos, const QPointF& imagePos, Qt::MouseButton button, Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers) {}
-void MarqueeTool::mouseMoveEvent(const QPoint& widgetPos, const QPointF& imagePos, Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers) {}
-void MarqueeTool::activeEvent(bool active) {}
-void MarqueeTool::paintEvent(QPainter* painter) {}
+#include <QBrush>
+#include <QCursor>
+#include <QPainter>
+#include <QPen>
+#include <QRectF>
+
+#include "app/mainwindow.h"
+#include "canvas/canvas.h"
+
+int begin_selection(Canvas* canvas, Qt::KeyboardModifiers modifiers)
+{
+    if (!(modifiers & (Qt::ShiftModifier | Qt::AltModifier)))
+        canvas->clearMask();
+    return (modifiers & Qt::AltModifier) ? 1 : 0;
+}
+
+void set_rubber_band(QPainter* painter)
+{
+    painter->setCompositionMode(QPainter::CompositionMode_Difference);
+    painter->setBrush(Qt::NoBrush);
+    // Width 0 makes the pen cosmetic: one device pixel whatever the zoom.
+    painter->setPen(QPen(QBrush(Qt::white), 0, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin));
+}
+
+void MarqueeTool::mousePressEvent(const QPoint&, const QPointF& imagePos, Qt::MouseButton button,
+                                  Qt::MouseButtons, Qt::KeyboardModifiers modifiers)
+{
+    if (button != Qt::LeftButton)
+        return;
+    subtract = begin_selection(canvas, modifiers);
+    dragging = true;
+    start = imagePos;
+    end = imagePos;
+}
+
+void MarqueeTool::mouseReleaseEvent(const QPoint&, const QPointF&, Qt::MouseButton button,
+                                    Qt::MouseButtons, Qt::KeyboardModifiers)
+{
+    if (!dragging || button != Qt::LeftButton)
+        return;
+    dragging = false;
+    // The release position is deliberately ignored: the rectangle is what the
+    // rubber band showed, which ends at the last move.
+    QPainter painter(&canvas->mask());
+    painter.setRenderHint(QPainter::Antialiasing, false);
+    painter.fillRect(dragRect(), subtract ? Qt::color0 : Qt::color1);
+    painter.end();
+    canvas->updateAll();
+}
+
+void MarqueeTool::mouseMoveEvent(const QPoint&, const QPointF& imagePos, Qt::MouseButtons,
+                                 Qt::KeyboardModifiers)
+{
+    if (!dragging)
+        return;
+    end = imagePos;
+    canvas->update();
+}
+
+void MarqueeTool::activeEvent(bool active)
+{
+    if (active) {
+        canvas->pushCursor(QCursor(Qt::CrossCursor));
+        mainWindow->setStatus(QStringLiteral("Press Shift or Alt to add and subtract selection"));
+    } else {
+        canvas->popCursor();
+        mainWindow->setStatus(QString());
+    }
+}
+
+void MarqueeTool::paintEvent(QPainter* painter)
+{
+    if (!dragging)
+        return;
+    set_rubber_band(painter);
+    const QRectF rect = dragRect();
+    painter->drawRects(&rect, 1);
+}
+
+QRectF MarqueeTool::dragRect() const
+{
+    // A drag up or to the left has a negative extent; painting normalises it.
+    return QRectF(start, QSizeF(end.x() - start.x(), end.y() - start.y()));
+}

@@ -1,20 +1,96 @@
 // SPDX-License-Identifier: MIT
-// STUB: placeholder until implemented
 #include "tools/texttool.h"
-#include <type_traits>
-#include <QAction>
-#include <QIcon>
-#include <QProgressDialog>
-#include <QSplashScreen>
-#include "canvas/canvas.h"
-#pragma GCC diagnostic ignored "-Wunused-parameter"
 
-TextTool::TextTool() {}
-void TextTool::mousePressEvent(const QPoint& widgetPos, const QPointF& imagePos, Qt::MouseButton button, Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers) {}
-void TextTool::keyPressEvent(int key, const QString& text, Qt::KeyboardModifiers modifiers) {}
-void TextTool::activeEvent(bool active) {}
-void TextTool::paintEvent(QPainter* painter) {}
-void TextTool::draw(QPainter* painter, const QPointF& p, double opacity, const QColor& color) {}
-void TextTool::draw(const QPointF& p) {}
-void TextTool::resize(int steps) {}
-void TextTool::setOpacity(int percent) {}
+#include <QColor>
+#include <QFontDialog>
+#include <QPainter>
+
+#include "app/mainwindow.h"
+#include "canvas/canvas.h"
+
+TextTool::TextTool()
+{
+    font.setStyleHint(QFont::SansSerif, QFont::PreferDefault);
+    font.setPointSize(72);
+}
+
+void TextTool::mousePressEvent(const QPoint&, const QPointF& imagePos, Qt::MouseButton button,
+                               Qt::MouseButtons, Qt::KeyboardModifiers)
+{
+    if (button != Qt::LeftButton)
+        return;
+    canvas->undoSnapshot();
+    draw(imagePos);
+}
+
+void TextTool::keyPressEvent(int, const QString& text, Qt::KeyboardModifiers)
+{
+    if (text == QLatin1String("[")) {
+        resize(-1);
+    } else if (text == QLatin1String("]")) {
+        resize(1);
+    } else if (text == QLatin1String("f")) {
+        chooseFont();
+    } else {
+        bool isNumber = false;
+        const int digit = text.toInt(&isNumber, 10);
+        if (isNumber)
+            setOpacity(digit == 0 ? 100 : digit * 10);
+    }
+}
+
+void TextTool::activeEvent(bool active)
+{
+    mainWindow->setStatus(
+        active ? QStringLiteral("Resize text with [ and ], press F to select font") : QString());
+}
+
+void TextTool::paintEvent(QPainter* painter)
+{
+    painter->setCompositionMode(QPainter::CompositionMode_Difference);
+    draw(painter, imagePos, 1.0, Qt::white);
+}
+
+void TextTool::draw(QPainter* painter, const QPointF& p, double opacity, const QColor& color)
+{
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->setFont(font);
+    painter->setOpacity(opacity);
+    painter->setPen(color);
+    // p is the left end of the baseline: the word rises above it.
+    painter->drawText(p, QStringLiteral("Zarn"));
+}
+
+void TextTool::draw(const QPointF& p)
+{
+    QPainter painter(&canvas->image());
+    if (!canvas->isMaskEmpty())
+        painter.setClipRegion(canvas->maskRegion(), Qt::ReplaceClip);
+    draw(&painter, p, opacity / 100.0, mainWindow->drawColor());
+    canvas->update();
+}
+
+void TextTool::resize(int steps)
+{
+    // A font refuses sizes of 0 or less and keeps the old one; checking here
+    // gives the same result without the toolkit's warning.
+    const int points = font.pointSize() + 2 * steps;
+    if (points > 0)
+        font.setPointSize(points);
+    if (canvas)
+        canvas->update();
+}
+
+void TextTool::setOpacity(int percent)
+{
+    opacity = percent;
+}
+
+void TextTool::chooseFont()
+{
+    bool accepted = false;
+    const QFont chosen =
+        QFontDialog::getFont(&accepted, font, canvas, QStringLiteral("Select Font"));
+    if (accepted)
+        font = chosen;
+}

@@ -30,4 +30,7 @@ public:
 protected:
     QFont font;
     int opacity = 100;
+
+private:
+    void chooseFont();
 };
