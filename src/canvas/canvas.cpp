@@ -1,58 +1,667 @@
 // SPDX-License-Identifier: MIT
-// STUB: placeholder until implemented
 #include "canvas/canvas.h"
-#include <type_traits>
-#include <QAction>
-#include <QIcon>
-#include <QProgressDialog>
-#include <QSplashScreen>
-#include "canvas/canvas.h"
-#pragma GCC diagnostic ignored "-Wunused-parameter"
 
-Canvas::Canvas(QWidget* parent, Qt::WindowFlags flags) : QWidget(parent, flags) {}
-Canvas::Canvas(const QImage& image, QWidget* parent, Qt::WindowFlags flags) : QWidget(parent, flags) {}
-Canvas::~Canvas() {}
-bool Canvas::init() { return {}; }
-QImage& Canvas::image() { static std::remove_const_t<std::remove_reference_t<QImage&>> x; return x; }
-QBitmap& Canvas::mask() { static std::remove_const_t<std::remove_reference_t<QBitmap&>> x; return x; }
-bool Canvas::isMaskEmpty() const { return {}; }
-void Canvas::clearMask() {}
-void Canvas::invertMask() {}
-void Canvas::updateMaskStuff() {}
-bool Canvas::isChanged() const { return {}; }
-void Canvas::setChanged(bool value) {}
-void Canvas::undoSnapshot() {}
-void Canvas::undo() {}
-void Canvas::redo() {}
-void Canvas::applyImageWithMask(const QImage& image) {}
-const QRegion& Canvas::maskRegion() const { static std::remove_const_t<std::remove_reference_t<const QRegion&>> x; return x; }
-QPointF Canvas::widgetToImage(const QPoint& p) const { return {}; }
-QPointF Canvas::widgetToImage(int x, int y) const { return {}; }
-QPointF Canvas::imageToWidget(const QPoint& p) const { return {}; }
-QPointF Canvas::imageToWidget(int x, int y) const { return {}; }
-QPointF Canvas::center() const { return {}; }
-void Canvas::setCenter(const QPointF& c) {}
-void Canvas::translate(double dx, double dy) {}
-void Canvas::translate(const QPointF& d) {}
-void Canvas::zoom(double factor) {}
-void Canvas::resetView() {}
-double Canvas::screenToImage(double d) { return {}; }
-QRect Canvas::inverseView() const { return {}; }
-void Canvas::updateAll() {}
-void Canvas::keyPressEvent(QKeyEvent* e) {}
-void Canvas::keyReleaseEvent(QKeyEvent* e) {}
-void Canvas::pushTool(Tool* tool) {}
-void Canvas::popTool() {}
-bool Canvas::hasTool() const { return {}; }
-Tool* Canvas::tool() const { return {}; }
-void Canvas::updateMousePos() {}
-void Canvas::pushCursor(const QCursor& cursor) {}
-void Canvas::popCursor() {}
-void Canvas::paintEvent(QPaintEvent* e) {}
-void Canvas::resizeEvent(QResizeEvent* e) {}
-void Canvas::mousePressEvent(QMouseEvent* e) {}
-void Canvas::mouseReleaseEvent(QMouseEvent* e) {}
-void Canvas::mouseMoveEvent(QMouseEvent* e) {}
-void Canvas::viewChanged() {}
-void Canvas::rebuildOutline() {}
-void Canvas::maskChanged() {}
+#include <QColor>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPaintEvent>
+#include <QPainter>
+#include <QResizeEvent>
+#include <QTimer>
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "canvas/edgedetect.h"
+#include "tools/tool.h"
+
+namespace {
+
+constexpr int kHistoryLimit = 20;
+constexpr int kWormIntervalMs = 125;
+constexpr double kZoomInFactor = 1.5;
+constexpr double kZoomOutFactor = 2.0 / 3.0;
+constexpr double kArrowStepPixels = 16.0;
+constexpr QRgb kOpaqueWhite = 0xFFFFFFFF;
+// Far beyond any widget, yet safe to turn into an int.
+constexpr double kCoordinateLimit = 1 << 30;
+
+// Halves go up, toward positive infinity (qRound would take -0.5 to -1).
+int round_half_up(double value)
+{
+    if (std::isnan(value))
+        return 0;
+    return int(std::floor(std::clamp(value, -kCoordinateLimit, kCoordinateLimit) + 0.5));
+}
+
+// A zero divisor (a widget or view without size) maps everything to the
+// origin instead of producing infinities.
+double ratio(double numerator, double denominator)
+{
+    return denominator == 0.0 ? 0.0 : numerator / denominator;
+}
+
+QImage blank_document()
+{
+    QImage image(800, 600, QImage::Format_ARGB32_Premultiplied);
+    image.fill(kOpaqueWhite);
+    return image;
+}
+
+// A null image (nothing decoded, or no pixels) becomes one transparent pixel
+// rather than an empty document: every mapping divides by the image size and
+// every tool indexes its pixels, so a real pixel keeps all of them defined.
+QImage document_from(const QImage& image)
+{
+    if (image.isNull()) {
+        QImage pixel(1, 1, QImage::Format_ARGB32_Premultiplied);
+        pixel.fill(Qt::transparent);
+        return pixel;
+    }
+    QImage document = image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    // The default resolution does not depend on the size, so a one-pixel
+    // image tells it without allocating a second picture.
+    const QImage fresh(1, 1, QImage::Format_ARGB32_Premultiplied);
+    document.setDotsPerMeterX(fresh.dotsPerMeterX());
+    document.setDotsPerMeterY(fresh.dotsPerMeterY());
+    return document;
+}
+
+// The mask as LSB-first bits, a bit of 1 being a selected pixel.
+QImage selected_bits(const QBitmap& mask)
+{
+    QImage bits = mask.toImage().convertToFormat(QImage::Format_MonoLSB);
+    const QRgb selected = QColor(Qt::color1).rgba();
+    if (bits.color(1) != selected && bits.color(0) == selected)
+        bits.invertPixels();
+    return bits;
+}
+
+bool any_byte_set(const uchar* bytes, int count)
+{
+    int i = 0;
+    for (; i + 8 <= count; i += 8) {
+        quint64 word;
+        std::memcpy(&word, bytes + i, sizeof word);
+        if (word != 0)
+            return true;
+    }
+    for (; i < count; ++i) {
+        if (bytes[i] != 0)
+            return true;
+    }
+    return false;
+}
+
+// Qt 6 leaves the row padding of 1-bit images uninitialised, so only the
+// bytes and bits that hold pixels are looked at.
+bool any_bit_set(const QImage& lsbBits)
+{
+    const int fullBytes = lsbBits.width() / 8;
+    const int tailBits = lsbBits.width() % 8;
+    const uchar tailMask = uchar((1u << tailBits) - 1);
+    for (int y = 0; y < lsbBits.height(); ++y) {
+        const uchar* line = lsbBits.constScanLine(y);
+        if (any_byte_set(line, fullBytes))
+            return true;
+        if (tailBits != 0 && (line[fullBytes] & tailMask) != 0)
+            return true;
+    }
+    return false;
+}
+
+// The picture QPainter makes of a bitmap before it scales it: the pen colour
+// (black) where a bit is set, transparent elsewhere.
+QImage colorize(const QImage& lsbBits)
+{
+    const QRgb ink = qPremultiply(QColor(Qt::black).rgba());
+    QImage out(lsbBits.size(), QImage::Format_ARGB32_Premultiplied);
+    const int width = lsbBits.width();
+    for (int y = 0; y < lsbBits.height(); ++y) {
+        const uchar* source = lsbBits.constScanLine(y);
+        auto* target = reinterpret_cast<QRgb*>(out.scanLine(y));
+        for (int x = 0; x < width; x += 8) {
+            const uchar byte = source[x >> 3];
+            const int count = std::min(8, width - x);
+            if (byte == 0 || byte == 0xFF) {
+                std::fill_n(target + x, count, byte == 0 ? QRgb(0) : ink);
+                continue;
+            }
+            for (int bit = 0; bit < count; ++bit)
+                target[x + bit] = ((byte >> bit) & 1) ? ink : 0;
+        }
+    }
+    return out;
+}
+
+// The 1-bit image of the dark pixels of a black-on-white picture: black
+// becomes set, as a conversion to a bitmap would have it.
+QImage dark_pixels(const QImage& picture)
+{
+    QImage bits(picture.size(), QImage::Format_MonoLSB);
+    bits.setColor(0, QColor(Qt::color0).rgba());
+    bits.setColor(1, QColor(Qt::color1).rgba());
+    const int width = picture.width();
+    for (int y = 0; y < picture.height(); ++y) {
+        const auto* source = reinterpret_cast<const QRgb*>(picture.constScanLine(y));
+        uchar* target = bits.scanLine(y);
+        std::memset(target, 0, size_t(bits.bytesPerLine()));
+        for (int x = 0; x < width; ++x) {
+            if (qGray(source[x]) < 128)
+                target[x >> 3] |= uchar(1u << (x & 7));
+        }
+    }
+    return bits;
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------------
+// Document
+
+Canvas::Canvas(QWidget* parent, Qt::WindowFlags flags) : QWidget(parent, flags)
+{
+    setAttribute(Qt::WA_MouseTracking);
+    documentImage = blank_document();
+}
+
+Canvas::Canvas(const QImage& image, QWidget* parent, Qt::WindowFlags flags) : QWidget(parent, flags)
+{
+    setAttribute(Qt::WA_MouseTracking);
+    documentImage = document_from(image);
+}
+
+// The tools on the stack belong to the main window and are left as they are.
+Canvas::~Canvas() = default;
+
+bool Canvas::init()
+{
+    const QImage pattern(QStringLiteral(":/data/worm_8.png"));
+    if (pattern.isNull())
+        return false;
+    wormPattern = pattern;
+    wormPhase = 0;
+    selectionMask = QBitmap(documentImage.size());
+    selectionMask.fill(Qt::color0);
+    maskChanged();
+    outlineDirty = true;
+    update();
+    undoSnapshot();
+    changed = false;
+    // A second call must not start a second animation.
+    if (!wormTimer) {
+        wormTimer = new QTimer(this);
+        connect(wormTimer, &QTimer::timeout, this, &Canvas::wormTimeout);
+        wormTimer->setInterval(kWormIntervalMs);
+        wormTimer->start();
+    }
+    return true;
+}
+
+QImage& Canvas::image()
+{
+    return documentImage;
+}
+
+QBitmap& Canvas::mask()
+{
+    // The caller may write through the reference.
+    maskChanged();
+    return selectionMask;
+}
+
+bool Canvas::isMaskEmpty() const
+{
+    if (maskEmptyState < 0)
+        maskEmptyState =
+            (selectionMask.isNull() || !any_bit_set(selected_bits(selectionMask))) ? 1 : 0;
+    return maskEmptyState == 1;
+}
+
+const QRegion& Canvas::maskRegion() const
+{
+    if (!maskRegionValid) {
+        cachedMaskRegion = selectionMask.isNull() ? QRegion() : QRegion(selectionMask);
+        maskRegionValid = true;
+    }
+    return cachedMaskRegion;
+}
+
+void Canvas::maskChanged()
+{
+    maskEmptyState = -1;
+    maskRegionValid = false;
+    cachedMaskRegion = QRegion();
+    colorizedMaskCache = QImage();
+}
+
+void Canvas::clearMask()
+{
+    selectionMask.fill(Qt::color0);
+    maskChanged();
+    outlineDirty = true;
+    update();
+}
+
+void Canvas::invertMask()
+{
+    if (!selectionMask.isNull()) {
+        QImage bits = selected_bits(selectionMask);
+        bits.invertPixels();
+        selectionMask = QBitmap::fromImage(bits);
+    }
+    maskChanged();
+    outlineDirty = true;
+    update();
+}
+
+void Canvas::updateMaskStuff()
+{
+    maskChanged();
+    outlineDirty = true;
+    update();
+}
+
+bool Canvas::isChanged() const
+{
+    return changed;
+}
+
+void Canvas::setChanged(bool value)
+{
+    changed = value;
+}
+
+void Canvas::undoSnapshot()
+{
+    documentImage.detach();
+    while (int(undoList.size()) >= kHistoryLimit)
+        undoList.pop_front();
+    redoList.clear();
+    undoList.push_back(documentImage);
+    changed = true;
+}
+
+void Canvas::undo()
+{
+    if (undoList.empty())
+        return;
+    QImage previous = undoList.back();
+    undoList.pop_back();
+    redoList.push_back(documentImage);
+    documentImage = previous;
+    update();
+}
+
+void Canvas::redo()
+{
+    if (redoList.empty())
+        return;
+    QImage next = redoList.back();
+    redoList.pop_back();
+    undoList.push_back(documentImage);
+    documentImage = next;
+    update();
+}
+
+void Canvas::applyImageWithMask(const QImage& source)
+{
+    QPainter painter(&documentImage);
+    if (!isMaskEmpty())
+        painter.setClipRegion(maskRegion(), Qt::ReplaceClip);
+    painter.drawImage(0, 0, source);
+    update();
+}
+
+// ---------------------------------------------------------------------------
+// View
+
+QPointF Canvas::widgetToImage(const QPoint& p) const
+{
+    return QPointF(view.x() + ratio(p.x(), width()) * view.width(),
+                   view.y() + ratio(p.y(), height()) * view.height());
+}
+
+QPointF Canvas::widgetToImage(int x, int y) const
+{
+    return widgetToImage(QPoint(x, y));
+}
+
+QPointF Canvas::imageToWidget(const QPoint& p) const
+{
+    return QPointF(ratio(double(width()) * (p.x() - view.x()), view.width()),
+                   ratio(double(height()) * (p.y() - view.y()), view.height()));
+}
+
+QPointF Canvas::imageToWidget(int x, int y) const
+{
+    return imageToWidget(QPoint(x, y));
+}
+
+QPointF Canvas::center() const
+{
+    return QPointF(view.x() + 0.5 * view.width(), view.y() + 0.5 * view.height());
+}
+
+void Canvas::setCenter(const QPointF& c)
+{
+    const QPointF current = center();
+    view.moveTo(view.x() + c.x() - current.x(), view.y() + c.y() - current.y());
+    viewChanged();
+}
+
+void Canvas::translate(double dx, double dy)
+{
+    view.moveTo(view.x() + std::trunc(dx), view.y() + std::trunc(dy));
+    viewChanged();
+}
+
+void Canvas::translate(const QPointF& d)
+{
+    view.moveTo(view.x() + d.x(), view.y() + d.y());
+    viewChanged();
+}
+
+void Canvas::zoom(double factor)
+{
+    const QPointF c = center();
+    const double newWidth = ratio(view.width(), factor);
+    // Without a widget size there is no aspect ratio to follow.
+    const double newHeight =
+        width() > 0 ? newWidth * height() / width() : ratio(view.height(), factor);
+    const double left = c.x() - 0.5 * newWidth;
+    const double top = c.y() - 0.5 * newHeight;
+    view = QRectF(left, top, (c.x() + 0.5 * newWidth) - left, (c.y() + 0.5 * newHeight) - top);
+    viewChanged();
+}
+
+void Canvas::resetView()
+{
+    view = QRectF(0, 0, width(), height());
+    const QPointF middle = widgetToImage(QPoint(width() / 2, height() / 2));
+    view.moveTo(view.x() + documentImage.width() / 2 - middle.x(),
+                view.y() + documentImage.height() / 2 - middle.y());
+    viewChanged();
+}
+
+void Canvas::resizeEvent(QResizeEvent* e)
+{
+    // A widget's first resize reports no previous size: there is no
+    // magnification to keep yet.
+    const QSize old = e->oldSize();
+    if (old.width() > 0 && old.height() > 0) {
+        view.setWidth(view.width() * e->size().width() / old.width());
+        view.setHeight(view.height() * e->size().height() / old.height());
+    }
+    viewChanged();
+}
+
+double Canvas::screenToImage(double d)
+{
+    return ratio(d * view.width(), documentImage.width());
+}
+
+QRect Canvas::inverseView() const
+{
+    const QPointF topLeft = imageToWidget(QPoint(0, 0));
+    const QPointF bottomRight =
+        imageToWidget(QPoint(documentImage.width(), documentImage.height()));
+    return QRect(QPoint(round_half_up(topLeft.x()), round_half_up(topLeft.y())),
+                 QPoint(round_half_up(bottomRight.x()), round_half_up(bottomRight.y())));
+}
+
+void Canvas::viewChanged()
+{
+    updateMousePos();
+    outlineDirty = true;
+    update();
+}
+
+// ---------------------------------------------------------------------------
+// Painting
+
+QRect Canvas::roundedView() const
+{
+    return QRect(round_half_up(view.x()), round_half_up(view.y()), round_half_up(view.width()),
+                 round_half_up(view.height()));
+}
+
+void Canvas::paintEvent(QPaintEvent*)
+{
+    // Before the first resetView(), or zoomed in beyond half a pixel per
+    // widget, there is no window to map through: only the background shows.
+    const QRect window = roundedView();
+    const bool mappable = window.width() > 0 && window.height() > 0;
+    if (outlineDirty && mappable)
+        rebuildOutline(window);
+
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.fillRect(rect(), Qt::gray);
+    if (!mappable)
+        return;
+    painter.setWindow(window);
+    painter.drawImage(0, 0, documentImage);
+    if (!toolStack.empty()) {
+        painter.save();
+        toolStack.top()->paintEvent(&painter);
+        painter.restore();
+    }
+    if (!isMaskEmpty())
+        paintOutline(painter);
+}
+
+void Canvas::paintOutline(QPainter& painter)
+{
+    if (outlineRegion.isEmpty())
+        return;
+    painter.setViewTransformEnabled(false);
+    painter.setClipRegion(outlineRegion, Qt::ReplaceClip);
+    QBrush stripes(wormPattern);
+    stripes.setTransform(QTransform::fromTranslate(wormPhase & 7, 0));
+    painter.fillRect(rect(), stripes);
+}
+
+void Canvas::rebuildOutline(const QRect& window)
+{
+    outlineDirty = false;
+    const QSize area = size();
+    if (isMaskEmpty() || area.isEmpty()) {
+        outline = QBitmap(area);
+        outline.fill(Qt::color0);
+        outlineRegion = QRegion();
+        return;
+    }
+    QImage shown(area, QImage::Format_ARGB32_Premultiplied);
+    shown.fill(kOpaqueWhite);
+    {
+        QPainter painter(&shown);
+        painter.setWindow(window);
+        drawShownMask(painter);
+    }
+    outline = find_edges_in_bits(dark_pixels(shown));
+    outlineRegion = outline.isNull() ? QRegion() : QRegion(outline);
+}
+
+// Drawing a bitmap is done by QPainter itself only under a pure translation;
+// under any other mapping it first expands the whole bitmap to 32 bits and
+// draws that. Doing the same expansion here, once per mask, gives the same
+// pixels without paying for it again at every zoom step.
+void Canvas::drawShownMask(QPainter& painter)
+{
+    if (painter.combinedTransform().type() <= QTransform::TxTranslate)
+        painter.drawPixmap(QPointF(0, 0), selectionMask);
+    else
+        painter.drawImage(QPointF(0, 0), colorizedMask());
+}
+
+const QImage& Canvas::colorizedMask()
+{
+    if (colorizedMaskCache.isNull())
+        colorizedMaskCache = colorize(selected_bits(selectionMask));
+    return colorizedMaskCache;
+}
+
+void Canvas::wormTimeout()
+{
+    ++wormPhase;
+    if (!selectionMask.isNull())
+        update();
+}
+
+void Canvas::updateAll()
+{
+    maskChanged();
+    updateMousePos();
+    outlineDirty = true;
+    update();
+}
+
+// ---------------------------------------------------------------------------
+// Input routing
+
+void Canvas::mousePressEvent(QMouseEvent* e)
+{
+    if (toolStack.empty())
+        return;
+    const QPoint pos = e->position().toPoint();
+    toolStack.top()->mousePressEvent(pos, widgetToImage(pos), e->button(), e->buttons(),
+                                     e->modifiers());
+}
+
+void Canvas::mouseReleaseEvent(QMouseEvent* e)
+{
+    if (toolStack.empty())
+        return;
+    const QPoint pos = e->position().toPoint();
+    toolStack.top()->mouseReleaseEvent(pos, widgetToImage(pos), e->button(), e->buttons(),
+                                       e->modifiers());
+}
+
+void Canvas::mouseMoveEvent(QMouseEvent* e)
+{
+    mousePos = e->position().toPoint();
+    if (toolStack.empty())
+        return;
+    const QPointF imagePos = widgetToImage(mousePos);
+    Tool* active = toolStack.top();
+    active->setMousePos(mousePos, imagePos);
+    active->mouseMoveEvent(mousePos, imagePos, e->buttons(), e->modifiers());
+    update();
+}
+
+void Canvas::keyPressEvent(QKeyEvent* e)
+{
+    const double step = screenToImage(kArrowStepPixels);
+    const bool control = e->modifiers().testFlag(Qt::ControlModifier);
+    switch (e->key()) {
+    case Qt::Key_Plus:
+    case Qt::Key_Equal:
+        if (control)
+            zoom(kZoomInFactor);
+        return;
+    case Qt::Key_Minus:
+        if (control)
+            zoom(kZoomOutFactor);
+        return;
+    case Qt::Key_0:
+        if (control)
+            resetView();
+        return;
+    case Qt::Key_Space:
+        if (!e->isAutoRepeat())
+            pushTool(&scrollTool);
+        return;
+    case Qt::Key_Up:
+        translate(0, -step);
+        return;
+    case Qt::Key_Down:
+        translate(0, step);
+        return;
+    case Qt::Key_Left:
+        translate(-step, 0);
+        return;
+    case Qt::Key_Right:
+        translate(step, 0);
+        return;
+    default:
+        if (!toolStack.empty())
+            toolStack.top()->keyPressEvent(e->key(), e->text(), e->modifiers());
+    }
+}
+
+void Canvas::keyReleaseEvent(QKeyEvent* e)
+{
+    if (e->key() == Qt::Key_Space) {
+        if (!e->isAutoRepeat() && tool() == &scrollTool)
+            popTool();
+        return;
+    }
+    if (!toolStack.empty())
+        toolStack.top()->keyReleaseEvent(e->key(), e->text(), e->modifiers());
+}
+
+void Canvas::pushTool(Tool* newTool)
+{
+    if (!newTool)
+        return;
+    if (!toolStack.empty())
+        toolStack.top()->setInactive();
+    toolStack.push(newTool);
+    newTool->setActive(this);
+    showMousePosTo(newTool);
+}
+
+void Canvas::popTool()
+{
+    if (toolStack.empty())
+        return;
+    toolStack.top()->setInactive();
+    toolStack.pop();
+    if (toolStack.empty())
+        return;
+    toolStack.top()->setActive(this);
+    showMousePosTo(toolStack.top());
+}
+
+bool Canvas::hasTool() const
+{
+    return !toolStack.empty();
+}
+
+Tool* Canvas::tool() const
+{
+    return toolStack.empty() ? nullptr : toolStack.top();
+}
+
+void Canvas::showMousePosTo(Tool* target)
+{
+    target->setMousePos(mousePos, widgetToImage(mousePos));
+}
+
+void Canvas::updateMousePos()
+{
+    if (toolStack.empty())
+        return;
+    showMousePosTo(toolStack.top());
+    update();
+}
+
+void Canvas::pushCursor(const QCursor& cursor)
+{
+    cursorStack.push(cursor);
+    setCursor(cursor);
+}
+
+void Canvas::popCursor()
+{
+    // Every pop pairs with a push; an unpaired one is ignored rather than
+    // allowed to take the arrow away.
+    if (cursorStack.empty())
+        return;
+    cursorStack.pop();
+    if (cursorStack.empty())
+        setCursor(Qt::ArrowCursor);
+    else
+        setCursor(cursorStack.top());
+}

@@ -14,6 +14,7 @@
 
 #include "tools/scrolltool.h"
 
+class QPainter;
 class QTimer;
 class Tool;
 
@@ -115,11 +116,20 @@ protected:
 
 private:
     void viewChanged();
-    void rebuildOutline();
+    void rebuildOutline(const QRect& window);
     void maskChanged();
+    QRect roundedView() const;
+    void drawShownMask(QPainter& painter);
+    const QImage& colorizedMask();
+    void paintOutline(QPainter& painter);
+    void showMousePosTo(Tool* target);
 
     // Caches derived from selectionMask; see maskChanged().
     mutable int maskEmptyState = -1; // -1 unknown, 0 no, 1 yes
     mutable QRegion cachedMaskRegion;
     mutable bool maskRegionValid = false;
+    QImage colorizedMaskCache;
+
+    // The clip region of the outline's set pixels, made with the outline.
+    QRegion outlineRegion;
 };
