@@ -12,7 +12,7 @@ build="$here/build"
 # Build tools, Qt 6 and its image-format plug-ins (TIFF, WebP, ... and SVG),
 # and the X tools that the end-to-end checks drive the real window with.
 packages=(cmake g++ make pkgconf qt6-base-dev libgl-dev qt6-image-formats-plugins libqt6svg6
-          xvfb xauth xdotool x11-utils)
+          xvfb xauth xdotool x11-utils desktop-file-utils appstream python3)
 
 install_missing() {
     local missing=()

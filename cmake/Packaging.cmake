@@ -1,0 +1,52 @@
+# SPDX-License-Identifier: MIT
+# Desktop integration files, their install locations and the Debian package.
+# The executable's own install rule sits beside its target in src/.
+
+set(ZARN_APP_ID org.example.Zarn)
+set(ZARN_ICON_SIZES 16 22 24 32 48 64 128 256)
+
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/${ZARN_APP_ID}.desktop
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/${ZARN_APP_ID}.metainfo.xml
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/zarn RENAME copyright)
+
+# Icons are looked up at install time rather than at configure time, so a
+# build tree configured before the artwork arrived still installs it; the
+# packaging check reports any size that is missing.
+set(ZARN_ICON_DIR ${PROJECT_SOURCE_DIR}/data/icons/hicolor)
+foreach(size ${ZARN_ICON_SIZES})
+    install(FILES ${ZARN_ICON_DIR}/${size}x${size}/apps/zarn.png
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/${size}x${size}/apps OPTIONAL)
+endforeach()
+install(FILES ${ZARN_ICON_DIR}/scalable/apps/zarn.svg
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps OPTIONAL)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME zarn)
+set(CPACK_PACKAGE_VENDOR "The Zarn developers")
+set(CPACK_PACKAGE_CONTACT "The Zarn developers <zarn@example.org>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "small raster paint program with mushroom stamps")
+set(CPACK_PACKAGE_DESCRIPTION
+    "Zarn paints one picture at a time: a brush that stamps a mushroom silhouette,
+a text stamp, an eyedropper, rectangle, lasso and magic-wand selections and
+five filters that work through the selection, with undo and redo. It opens
+every image format that Qt reads and saves in the format of the file suffix.")
+set(CPACK_PACKAGE_HOMEPAGE_URL "https://zarn.example.org/")
+set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "The Zarn developers <zarn@example.org>")
+set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# Qt finds its plug-ins by itself; the package only has to make sure they are
+# there. Debian ships the xcb platform plug-in and the PNG, JPEG, GIF and ICO
+# readers inside libqt6gui6, TIFF, WebP, TGA and friends in
+# qt6-image-formats-plugins, and the SVG reader in libqt6svg6.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libqt6gui6, qt6-image-formats-plugins, libqt6svg6")
+
+include(CPack)
