@@ -15,25 +15,15 @@ void Tool::mouseReleaseEvent(const QPoint&, const QPointF&, Qt::MouseButton, Qt:
 {
 }
 
-void Tool::mouseMoveEvent(const QPoint&, const QPointF&, Qt::MouseButtons, Qt::KeyboardModifiers)
-{
-}
+void Tool::mouseMoveEvent(const QPoint&, const QPointF&, Qt::MouseButtons, Qt::KeyboardModifiers) {}
 
-void Tool::keyPressEvent(int, const QString&, Qt::KeyboardModifiers)
-{
-}
+void Tool::keyPressEvent(int, const QString&, Qt::KeyboardModifiers) {}
 
-void Tool::keyReleaseEvent(int, const QString&, Qt::KeyboardModifiers)
-{
-}
+void Tool::keyReleaseEvent(int, const QString&, Qt::KeyboardModifiers) {}
 
-void Tool::activeEvent(bool)
-{
-}
+void Tool::activeEvent(bool) {}
 
-void Tool::paintEvent(QPainter*)
-{
-}
+void Tool::paintEvent(QPainter*) {}
 
 void Tool::setMainWindow(MainWindow* window)
 {
