@@ -760,10 +760,10 @@ QImage wandIcon()
         {QPainterPath(), solid(red), QColor(120, 10, 10), 0.4},
         {QPainterPath(), solid(QColor(255, 255, 255, 150)), {}, 0},
     };
-    wand[0].path.addRoundedRect(QRectF(-11, -1.3, 18, 2.6), 0.8, 0.8);
-    wand[1].path.addRoundedRect(QRectF(3.5, -1.3, 3.8, 2.6), 0.8, 0.8);
-    wand[2].path.addRect(QRectF(-8.5, -1.3, 1.4, 2.6));
-    wand[3].path.addRect(QRectF(-10, -0.8, 16, 0.45));
+    wand[0].path.addRoundedRect(QRectF(-11, -1.5, 18, 3), 1, 1);
+    wand[1].path.addRoundedRect(QRectF(3.5, -1.5, 3.8, 3), 1, 1);
+    wand[2].path.addRect(QRectF(-8.5, -1.5, 1.4, 3));
+    wand[3].path.addRect(QRectF(-10, -0.9, 16, 0.5));
     QTransform rising;
     rising.translate(11.2, 12.8);
     rising.rotate(-45);
