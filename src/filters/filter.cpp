@@ -1,16 +1,45 @@
 // SPDX-License-Identifier: MIT
-// STUB: placeholder until implemented
 #include "filters/filter.h"
-#include <type_traits>
-#include <QAction>
-#include <QIcon>
+
 #include <QProgressDialog>
-#include <QSplashScreen>
-#include "canvas/canvas.h"
-#pragma GCC diagnostic ignored "-Wunused-parameter"
+#include <QString>
+#include <QWidget>
+
+#include "app/sliderdialog.h"
 
 Filter::Filter(QWidget* parent) : QObject(parent) {}
-Filter::~Filter() {}
-QWidget* Filter::dialogParent() const { return {}; }
-std::unique_ptr<QProgressDialog> Filter::createProgress(const QString& label, int maximum) const { return {}; }
-FilterProgress Filter::pollProgress(QProgressDialog* dialog) { return {}; }
+
+Filter::~Filter() = default;
+
+QWidget* Filter::dialogParent() const
+{
+    return qobject_cast<QWidget*>(parent());
+}
+
+bool Filter::askSetting(const QString& title, const QString& label, int minimum, int maximum,
+                        int& setting) const
+{
+    SliderDialog dialog(title, label, setting, minimum, maximum, dialogParent());
+    if (dialog.exec() != QDialog::Accepted)
+        return false;
+    setting = dialog.value();
+    return true;
+}
+
+std::unique_ptr<QProgressDialog> Filter::createProgress(const QString& label, int maximum) const
+{
+    // Never shown explicitly: the dialog appears by itself once the work
+    // promises to last long enough, so quick runs do not flash a window.
+    auto dialog = std::make_unique<QProgressDialog>(label, QStringLiteral("Cancel"), 0, maximum,
+                                                    dialogParent());
+    dialog->setWindowModality(Qt::WindowModal);
+    return dialog;
+}
+
+FilterProgress Filter::pollProgress(QProgressDialog* dialog)
+{
+    return [dialog](int done) {
+        dialog->setValue(done);
+        return !dialog->wasCanceled();
+    };
+}

@@ -7,6 +7,7 @@
 
 class Canvas;
 class QProgressDialog;
+class QString;
 class QWidget;
 
 // Reports work done (a row index or a stamp count) to whoever runs a pixel
@@ -27,8 +28,14 @@ public:
 protected:
     // The main window, parent of every dialog a filter opens.
     QWidget* dialogParent() const;
-    // The window-modal progress dialog of a run, ranged 0 to maximum.
-    std::unique_ptr<QProgressDialog> createProgress(const QString& label, int maximum) const;
+    // Runs the slider dialog for the filter's one setting; on OK stores the
+    // chosen value in setting and returns true, on Cancel leaves it alone.
+    bool askSetting(const QString& title, const QString& label, int minimum, int maximum,
+                    int& setting) const;
+    // The window-modal progress dialog of a run, ranged 0 to maximum. Virtual
+    // so that a subclass can tune the dialog (tests make it show at once).
+    virtual std::unique_ptr<QProgressDialog> createProgress(const QString& label,
+                                                            int maximum) const;
     // A progress callback that updates dialog and reports whether to go on.
     static FilterProgress pollProgress(QProgressDialog* dialog);
 };
