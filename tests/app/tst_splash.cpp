@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: MIT
+#include <QDir>
+#include <QElapsedTimer>
+#include <QSplashScreen>
+#include <QTest>
+
+#include "app/splash.h"
+
+class TestSplash : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void showsGrowingDots();
+    void pluginPath();
+};
+
+void TestSplash::showsGrowingDots()
+{
+    const QPixmap picture(":/data/splash.png");
+    QCOMPARE(picture.size(), QSize(650, 300));
+    QSplashScreen splash(picture);
+    splash.show();
+
+    QStringList messages;
+    QElapsedTimer clock;
+    clock.start();
+    run_splash_loop(&splash, [&](const QString& message) {
+        // Every message is on the splash by the time it is reported.
+        QCOMPARE(splash.message(), message);
+        messages << message;
+    });
+    const qint64 elapsed = clock.elapsed();
+
+    QCOMPARE(messages.size(), 21);
+    for (int k = 0; k < messages.size(); ++k)
+        QCOMPARE(messages.at(k), QString(k, QChar('.')));
+    // The dot appended in the last round is never shown.
+    QCOMPARE(splash.message(), QString(20, QChar('.')));
+    QVERIFY2(elapsed >= 2500, qPrintable(QString::number(elapsed)));
+}
+
+void TestSplash::pluginPath()
+{
+    QDir parent(QCoreApplication::applicationDirPath());
+    QVERIFY(parent.cdUp());
+    const bool createdPlugins = !parent.exists("plugins") && parent.mkdir("plugins");
+
+    const QString withPlugins = add_plugin_path();
+    if (parent.exists("plugins")) {
+        QCOMPARE(withPlugins, parent.absoluteFilePath("plugins"));
+        QVERIFY(QCoreApplication::libraryPaths().contains(withPlugins));
+    }
+    if (createdPlugins) {
+        QVERIFY(parent.rmdir("plugins"));
+        // Without the directory the parent itself is added.
+        const QString fallback = add_plugin_path();
+        QCOMPARE(fallback, parent.absolutePath());
+        QVERIFY(QCoreApplication::libraryPaths().contains(fallback));
+    }
+}
+
+QTEST_MAIN(TestSplash)
+#include "tst_splash.moc"
