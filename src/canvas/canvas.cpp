@@ -657,8 +657,10 @@ void Canvas::popCursor()
 {
     // Every pop pairs with a push; an unpaired one is ignored rather than
     // allowed to take the arrow away.
-    if (cursorStack.empty())
+    if (cursorStack.empty()) {
+        ++emptyCursorPops;
         return;
+    }
     cursorStack.pop();
     if (cursorStack.empty())
         setCursor(Qt::ArrowCursor);

@@ -83,6 +83,8 @@ public:
     int redoCount() const { return int(redoList.size()); }
     int toolDepth() const { return int(toolStack.size()); }
     int cursorDepth() const { return int(cursorStack.size()); }
+    // Pops that found the cursor stack empty: each is a tool's unpaired pop.
+    int unpairedCursorPops() const { return emptyCursorPops; }
     int phase() const { return wormPhase; }
     const QBitmap& outlineBitmap() const { return outline; }
     ScrollTool* handTool() { return &scrollTool; }
@@ -132,4 +134,6 @@ private:
 
     // The clip region of the outline's set pixels, made with the outline.
     QRegion outlineRegion;
+
+    int emptyCursorPops = 0;
 };
