@@ -110,28 +110,29 @@ bool any_bit_set(const QImage& lsbBits)
     return false;
 }
 
-// The picture QPainter makes of a bitmap before it scales it: the pen colour
-// (black) where a bit is set, transparent elsewhere.
-QImage colorize(const QImage& lsbBits)
+// Writes the part area of the picture QPainter makes of a bitmap before it
+// scales it: the pen colour (black) where a bit is set, transparent elsewhere.
+void colorize_into(const QImage& lsbBits, const QRect& area, QImage& out)
 {
     const QRgb ink = qPremultiply(QColor(Qt::black).rgba());
-    QImage out(lsbBits.size(), QImage::Format_ARGB32_Premultiplied);
-    const int width = lsbBits.width();
-    for (int y = 0; y < lsbBits.height(); ++y) {
+    for (int y = area.top(); y <= area.bottom(); ++y) {
         const uchar* source = lsbBits.constScanLine(y);
         auto* target = reinterpret_cast<QRgb*>(out.scanLine(y));
-        for (int x = 0; x < width; x += 8) {
+        int x = area.left();
+        for (; x <= area.right() && (x & 7) != 0; ++x)
+            target[x] = ((source[x >> 3] >> (x & 7)) & 1) ? ink : 0;
+        for (; x + 8 <= area.right() + 1; x += 8) {
             const uchar byte = source[x >> 3];
-            const int count = std::min(8, width - x);
             if (byte == 0 || byte == 0xFF) {
-                std::fill_n(target + x, count, byte == 0 ? QRgb(0) : ink);
+                std::fill_n(target + x, 8, byte == 0 ? QRgb(0) : ink);
                 continue;
             }
-            for (int bit = 0; bit < count; ++bit)
+            for (int bit = 0; bit < 8; ++bit)
                 target[x + bit] = ((byte >> bit) & 1) ? ink : 0;
         }
+        for (; x <= area.right(); ++x)
+            target[x] = ((source[x >> 3] >> (x & 7)) & 1) ? ink : 0;
     }
-    return out;
 }
 
 // The 1-bit image of the dark pixels of a black-on-white picture: black
@@ -232,7 +233,6 @@ void Canvas::maskChanged()
     maskEmptyState = -1;
     maskRegionValid = false;
     cachedMaskRegion = QRegion();
-    colorizedMaskCache = QImage();
 }
 
 void Canvas::clearMask()
@@ -477,29 +477,29 @@ void Canvas::rebuildOutline(const QRect& window)
     {
         QPainter painter(&shown);
         painter.setWindow(window);
-        drawShownMask(painter);
+        drawShownMask(painter, window);
     }
     outline = find_edges_in_bits(dark_pixels(shown));
     outlineRegion = outline.isNull() ? QRegion() : QRegion(outline);
 }
 
-// Drawing a bitmap is done by QPainter itself only under a pure translation;
-// under any other mapping it first expands the whole bitmap to 32 bits and
-// draws that. Doing the same expansion here, once per mask, gives the same
-// pixels without paying for it again at every zoom step.
-void Canvas::drawShownMask(QPainter& painter)
+// QPainter draws a bitmap by itself only under a pure translation; under any
+// other mapping it first expands the whole bitmap to a 32-bit picture and
+// draws that, which for a large image costs far more than the drawing. The
+// drawing only reads the part of the picture that lies under the window, so
+// expanding that part (with a margin for rounding) into a buffer kept for
+// the next time gives the same pixels for a fraction of the cost.
+void Canvas::drawShownMask(QPainter& painter, const QRect& window)
 {
-    if (painter.combinedTransform().type() <= QTransform::TxTranslate)
+    if (painter.combinedTransform().type() <= QTransform::TxTranslate) {
         painter.drawPixmap(QPointF(0, 0), selectionMask);
-    else
-        painter.drawImage(QPointF(0, 0), colorizedMask());
-}
-
-const QImage& Canvas::colorizedMask()
-{
-    if (colorizedMaskCache.isNull())
-        colorizedMaskCache = colorize(selected_bits(selectionMask));
-    return colorizedMaskCache;
+        return;
+    }
+    if (colorizedMaskCache.size() != selectionMask.size())
+        colorizedMaskCache = QImage(selectionMask.size(), QImage::Format_ARGB32_Premultiplied);
+    const QRect read = window.adjusted(-2, -2, 2, 2) & selectionMask.rect();
+    colorize_into(selected_bits(selectionMask), read, colorizedMaskCache);
+    painter.drawImage(QPointF(0, 0), colorizedMaskCache);
 }
 
 void Canvas::wormTimeout()

@@ -121,8 +121,7 @@ private:
     void rebuildOutline(const QRect& window);
     void maskChanged();
     QRect roundedView() const;
-    void drawShownMask(QPainter& painter);
-    const QImage& colorizedMask();
+    void drawShownMask(QPainter& painter, const QRect& window);
     void paintOutline(QPainter& painter);
     void showMousePosTo(Tool* target);
 
@@ -130,6 +129,7 @@ private:
     mutable int maskEmptyState = -1; // -1 unknown, 0 no, 1 yes
     mutable QRegion cachedMaskRegion;
     mutable bool maskRegionValid = false;
+    // The expanded mask that scaled drawing reads; see drawShownMask().
     QImage colorizedMaskCache;
 
     // The clip region of the outline's set pixels, made with the outline.

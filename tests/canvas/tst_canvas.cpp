@@ -637,8 +637,15 @@ void TestCanvas::outlineAtMagnification()
             painter.drawPoint((i * 37) % 150, (i * 53) % 90);
     }
     big->updateMaskStuff();
-    for (double factor : {1.0, 1.5, 4.0, 1.0 / 3.0, 0.7}) {
+    // Zoom and pan steps, with a change of the mask half-way through.
+    const std::pair<double, QPointF> steps[] = {{1.0, {0, 0}},    {1.5, {3.3, -2.2}},
+                                                {4.0, {-30, 10}}, {1 / 3.0, {0, 0}},
+                                                {0.7, {17.5, 4}}, {2.5, {-60, -40}}};
+    for (const auto& [factor, pan] : steps) {
         big->zoom(factor);
+        big->translate(pan);
+        if (factor < 1)
+            big->invertMask();
         big->grab();
         const QRectF v = big->viewRect();
         QImage drawn(big->size(), QImage::Format_ARGB32_Premultiplied);
