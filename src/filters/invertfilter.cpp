@@ -5,17 +5,42 @@
 
 #include "canvas/canvas.h"
 
+namespace {
+
+// A byte loop on purpose: QImage::invertPixels un-premultiplies
+// premultiplied pixels first and so changes colours it must not touch.
+void invert_row(const QRgb* source, QRgb* target, int width)
+{
+    for (int x = 0; x < width; ++x)
+        target[x] = source[x] ^ 0x00FFFFFFu;
+}
+
+// The inverse written straight into a new image: one pass over the pixels
+// instead of a copy followed by an inversion in place.
+QImage inverted(const QImage& image)
+{
+    if (image.depth() != 32) {
+        QImage copy = image;
+        invert_pixels(copy);
+        return copy;
+    }
+    QImage result(image.size(), image.format());
+    for (int y = 0; y < image.height(); ++y) {
+        invert_row(reinterpret_cast<const QRgb*>(image.constScanLine(y)),
+                   reinterpret_cast<QRgb*>(result.scanLine(y)), image.width());
+    }
+    return result;
+}
+
+} // namespace
+
 void invert_pixels(QImage& image)
 {
     if (image.depth() != 32)
         image.convertTo(QImage::Format_ARGB32_Premultiplied);
-    // A byte loop on purpose: QImage::invertPixels un-premultiplies
-    // premultiplied pixels first and so changes colours it must not touch.
-    const int width = image.width();
     for (int y = 0; y < image.height(); ++y) {
         auto* line = reinterpret_cast<QRgb*>(image.scanLine(y));
-        for (int x = 0; x < width; ++x)
-            line[x] ^= 0x00FFFFFFu;
+        invert_row(line, line, image.width());
     }
 }
 
@@ -24,7 +49,5 @@ InvertFilter::InvertFilter(QWidget* parent) : Filter(parent) {}
 void InvertFilter::run(Canvas* canvas, bool /*repeat*/)
 {
     canvas->undoSnapshot();
-    QImage copy = canvas->image();
-    invert_pixels(copy);
-    canvas->applyImageWithMask(copy);
+    canvas->applyImageWithMask(inverted(canvas->image()));
 }

@@ -9,6 +9,7 @@
 #include <climits>
 #include <cstdlib>
 #include <map>
+#include <vector>
 
 #include "canvas/canvas.h"
 #include "tools/brushtool.h"
@@ -53,6 +54,35 @@ unsigned int colour_key(const QColor& colour)
     return colour.rgb() & 0xF8F8F8u;
 }
 
+// The brush cache of one run. The map owns the brushes; the flat index over
+// all 32768 keys spares the hundreds of thousands of stamps a tree walk
+// through nodes scattered between the brush images.
+class BrushCache
+{
+public:
+    BrushCache(const QBitmap& shape, int size) : shape(shape), size(size) {}
+
+    const QImage& brush(const QColor& colour)
+    {
+        const unsigned int key = colour_key(colour);
+        const QImage*& slot = index[slot_of(key)];
+        if (!slot)
+            slot = &brushes.emplace(key, create_brush(shape, colour, size)).first->second;
+        return *slot;
+    }
+
+private:
+    static unsigned int slot_of(unsigned int key)
+    {
+        return (key >> 9 & 0x7C00u) | (key >> 6 & 0x3E0u) | (key >> 3 & 0x1Fu);
+    }
+
+    const QBitmap& shape;
+    const int size;
+    std::map<unsigned int, QImage> brushes;
+    std::vector<const QImage*> index = std::vector<const QImage*>(32768, nullptr);
+};
+
 } // namespace
 
 int zarnelate_stamp_count(int width, int height, int size)
@@ -72,17 +102,14 @@ QImage zarnelate_image(const QImage& source, const QBitmap& bitmap, int size,
         return result;
     result.fill(0);
     QPainter painter(&result);
-    std::map<unsigned int, QImage> brushes;
+    BrushCache brushes(bitmap, size);
     const int count = zarnelate_stamp_count(pixels.width(), pixels.height(), size);
     for (int i = 0; i < count; ++i) {
         const QPoint p = rand_point(size, result.size());
         const QPoint q = clamp_pos(p, result.size());
         // The stored premultiplied channels, made opaque: QColor drops alpha.
         const QColor colour(reinterpret_cast<const QRgb*>(pixels.constScanLine(q.y()))[q.x()]);
-        auto brush = brushes.find(colour_key(colour));
-        if (brush == brushes.end())
-            brush = brushes.emplace(colour_key(colour), create_brush(bitmap, colour, size)).first;
-        painter.drawImage(QPoint(p.x() - size, p.y() - size), brush->second);
+        painter.drawImage(QPoint(p.x() - size, p.y() - size), brushes.brush(colour));
         if (i % 100 == 0 && progress && !progress(i))
             return QImage();
     }
