@@ -43,10 +43,11 @@ set(CPACK_DEBIAN_PACKAGE_MAINTAINER "The Zarn developers <zarn@example.org>")
 set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# Qt finds its plug-ins by itself; the package only has to make sure they are
-# there. Debian ships the xcb platform plug-in and the PNG, JPEG, GIF and ICO
-# readers inside libqt6gui6, TIFF, WebP, TGA and friends in
+# Qt finds its plug-ins by itself in the system's plug-in directory; the
+# package only has to make sure they are there. Debian 12 ships the xcb
+# platform plug-in and the PNG, JPEG, GIF and ICO readers inside libqt6gui6,
+# which shlibdeps already requires, TIFF, WebP, TGA and friends in
 # qt6-image-formats-plugins, and the SVG reader in libqt6svg6.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libqt6gui6, qt6-image-formats-plugins, libqt6svg6")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-image-formats-plugins, libqt6svg6")
 
 include(CPack)
