@@ -7,7 +7,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QtEndian>
-#include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -80,14 +79,9 @@ QByteArray readFile(const QString& path)
 // described colour space, which QImage::operator== would count as a change.
 bool samePixels(const QImage& a, const QImage& b)
 {
-    if (a.size() != b.size() || a.format() != b.format())
-        return false;
-    const QImage x = a.convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    const QImage y = b.convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    for (int row = 0; row < x.height(); ++row)
-        if (memcmp(x.constScanLine(row), y.constScanLine(row), size_t(x.width()) * 4) != 0)
-            return false;
-    return true;
+    return a.size() == b.size() && a.format() == b.format() &&
+           QByteArrayView(a.constBits(), a.sizeInBytes()) ==
+               QByteArrayView(b.constBits(), b.sizeInBytes());
 }
 
 } // namespace
@@ -103,8 +97,7 @@ private slots:
     void refusesWhatIsNoImage();
     void refusesHostilePngsQuickly();
     void opensPicturesBeyondTheDefaultLimit();
-    void failedSaveLeavesTargetUntouched();
-    void saveFollowsSuffix();
+    void saveFollowsSuffixAndFailsCleanly();
 
 private:
     QTemporaryDir dir;
@@ -217,7 +210,7 @@ void TestImageFile::refusesHostilePngsQuickly()
     clock.start();
     QVERIFY(load_image_file(huge).isNull());
     QVERIFY(load_image_file(lying).isNull());
-    QVERIFY2(clock.elapsed() < 2000, qPrintable(QString::number(clock.elapsed())));
+    QVERIFY2(clock.elapsed() < 1000, qPrintable(QString::number(clock.elapsed())));
 
     // The untouched file still loads, and so does one with bytes after its end.
     const QString good = dir.filePath("good.png");
@@ -237,18 +230,26 @@ void TestImageFile::opensPicturesBeyondTheDefaultLimit()
     QVERIFY(QFile::remove(big));
 }
 
-void TestImageFile::failedSaveLeavesTargetUntouched()
+void TestImageFile::saveFollowsSuffixAndFailsCleanly()
 {
-    QImage picture(4, 4, QImage::Format_ARGB32_Premultiplied);
-    picture.fill(Qt::blue);
-    const QByteArray original("precious bytes");
+    QImage picture(5, 3, QImage::Format_ARGB32_Premultiplied);
+    picture.fill(Qt::red);
+    const QString upper = dir.filePath("shout.PNG");
+    QVERIFY(save_image_file(picture, upper));
+    QCOMPARE(readFile(upper).left(4), QByteArray("\x89PNG"));
+    const QString bmp = dir.filePath("plain.bmp");
+    QVERIFY(save_image_file(picture, bmp));
+    QCOMPARE(readFile(bmp).left(2), QByteArray("BM"));
+    QVERIFY(samePixels(load_image_file(bmp), picture));
 
+    const QByteArray original("precious bytes");
     const QString unknown = dir.filePath("keep.zzz");
     QVERIFY(writeFile(unknown, original));
     QVERIFY(!save_image_file(picture, unknown));
     QCOMPARE(readFile(unknown), original);
 
-    // The writer refuses a null image after the file was opened for writing.
+    // The writer refuses a null image after the file was opened for writing;
+    // neither the target nor a temporary file may be left changed behind.
     const QString existing = dir.filePath("keep.png");
     QVERIFY(writeFile(existing, original));
     QVERIFY(!save_image_file(QImage(), existing));
@@ -260,39 +261,19 @@ void TestImageFile::failedSaveLeavesTargetUntouched()
     QVERIFY(!save_image_file(picture, dir.filePath("no-suffix")));
     QVERIFY(!QFile::exists(dir.filePath("no-suffix")));
 
-    if (::geteuid() != 0) {
-        const QString lockedDir = dir.filePath("locked");
+    if (::geteuid() != 0) { // root writes into read-only directories anyway
         QVERIFY(QDir(dir.path()).mkdir("locked"));
-        const QString target = lockedDir + "/keep.png";
+        const QString target = dir.filePath("locked/keep.png");
         QVERIFY(writeFile(target, original));
-        QVERIFY(QFile::setPermissions(lockedDir, QFileDevice::ReadOwner | QFileDevice::ExeOwner));
-        QVERIFY(!save_image_file(picture, target));
+        QVERIFY(QFile::setPermissions(dir.filePath("locked"),
+                                      QFileDevice::ReadOwner | QFileDevice::ExeOwner));
+        const bool saved = save_image_file(picture, target);
+        QFile::setPermissions(dir.filePath("locked"), QFileDevice::ReadOwner |
+                                                          QFileDevice::WriteOwner |
+                                                          QFileDevice::ExeOwner);
+        QVERIFY(!saved);
         QCOMPARE(readFile(target), original);
-        QFile::setPermissions(lockedDir, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                             QFileDevice::ExeOwner);
     }
-}
-
-void TestImageFile::saveFollowsSuffix()
-{
-    QImage picture(5, 3, QImage::Format_ARGB32_Premultiplied);
-    picture.fill(QColor(255, 0, 0));
-    picture.setDotsPerMeterX(1234);
-
-    const QString upper = dir.filePath("shout.PNG");
-    QVERIFY(save_image_file(picture, upper));
-    QCOMPARE(readFile(upper).left(4), QByteArray("\x89PNG"));
-
-    const QString bmp = dir.filePath("plain.bmp");
-    QVERIFY(save_image_file(picture, bmp));
-    QCOMPARE(readFile(bmp).left(2), QByteArray("BM"));
-    QCOMPARE(load_image_file(bmp).pixel(4, 2), qRgb(255, 0, 0));
-
-    // Overwriting an existing picture replaces it completely.
-    QImage green(2, 2, QImage::Format_ARGB32_Premultiplied);
-    green.fill(Qt::green);
-    QVERIFY(save_image_file(green, upper));
-    QVERIFY(samePixels(load_image_file(upper), green));
 }
 
 QTEST_MAIN(TestImageFile)
