@@ -20,9 +20,11 @@ import zlib
 
 W, H = 320, 240
 
-# Where the session acts, in image pixels. The marquee covers MARQUEE_X0 <=
-# x < MARQUEE_X1 and likewise in y; the brush stroke runs along STROKE_Y; the
-# flat patch is what the magic wand picks up.
+# Where the session acts, in image pixels; boxes are (x0, y0, x1, y1) and hold
+# x0 <= x < x1, y0 <= y < y1. The marquee is dragged from its first corner to
+# its second, the brush stroke runs from one end to the other and stays inside
+# its box, and the wand clicks the flat patch, whose colour is more than the
+# wand's tolerance away from every other colour of the photo.
 MARQUEE = (60, 50, 180, 140)
 STROKE = ((40, 200), (140, 200))
 STROKE_BOX = (15, 175, 165, 225)
