@@ -37,6 +37,6 @@ protected:
     int tolerance = 64;
 
 private:
-    std::vector<unsigned char> selectRegion(const QPoint& seed) const;
-    void applyToMask(std::vector<unsigned char> selected, const QSize& size);
+    void fillRegion(const QPoint& seed, unsigned char* selected) const;
+    void applyToMask(unsigned char* selected, const QSize& size);
 };
