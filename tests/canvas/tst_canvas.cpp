@@ -24,6 +24,11 @@ public:
     void stopAnimation() { findChild<QTimer*>()->stop(); }
 };
 
+QString spot(const QPoint& w, const QPointF& i)
+{
+    return QStringLiteral("%1,%2 %3,%4").arg(w.x()).arg(w.y()).arg(i.x()).arg(i.y());
+}
+
 // Writes down what the canvas hands it; shows a cross while active, like
 // the selection tools.
 class RecordingTool : public Tool
@@ -35,12 +40,7 @@ public:
     void mousePressEvent(const QPoint& w, const QPointF& i, Qt::MouseButton button,
                          Qt::MouseButtons, Qt::KeyboardModifiers) override
     {
-        calls << QStringLiteral("press %1,%2 %3,%4 %5")
-                     .arg(w.x())
-                     .arg(w.y())
-                     .arg(i.x())
-                     .arg(i.y())
-                     .arg(button);
+        calls << QStringLiteral("press %1 %2").arg(spot(w, i)).arg(button);
     }
     void mouseReleaseEvent(const QPoint& w, const QPointF&, Qt::MouseButton, Qt::MouseButtons,
                            Qt::KeyboardModifiers) override
@@ -72,9 +72,9 @@ std::unique_ptr<ProbeCanvas> make_canvas(QSize widget, const QImage& image)
 {
     auto canvas = std::make_unique<ProbeCanvas>(image);
     canvas->resize(widget);
-    if (!canvas->init())
-        return nullptr;
-    canvas->stopAnimation();
+    // Should init() fail, the checks fail on the missing mask and history.
+    if (canvas->init())
+        canvas->stopAnimation();
     canvas->resetView();
     return canvas;
 }
@@ -128,7 +128,6 @@ class TestCanvas : public QObject
 
 private slots:
     void newDocumentAndInit();
-    void openedImagesAreConverted_data();
     void openedImagesAreConverted();
     void nullImageAndUnsizedWidgetAreSafe();
     void undoHistory();
@@ -160,43 +159,23 @@ void TestCanvas::newDocumentAndInit()
     QCOMPARE(canvas.mask().size(), QSize(800, 600));
     QCOMPARE(canvas.undoCount(), 1);
     QCOMPARE(canvas.redoCount(), 0);
-    // The stripe pattern's first and last rows.
-    const QImage& worm = canvas.wormPattern;
-    QCOMPARE(worm.size(), QSize(8, 8));
-    QString first, last;
-    for (int x = 0; x < 8; ++x) {
-        first += qGray(worm.pixel(x, 0)) > 127 ? '1' : '0';
-        last += qGray(worm.pixel(x, 7)) > 127 ? '1' : '0';
-    }
-    QCOMPARE(first, "11100001");
-    QCOMPARE(last, "11110000");
-}
-
-void TestCanvas::openedImagesAreConverted_data()
-{
-    QTest::addColumn<QString>("file");
-    QTest::newRow("8-bit indexed") << "basn3p08.png";
-    QTest::newRow("24-bit") << "basn2c08.png";
-    QTest::newRow("32-bit with alpha") << "basn6a08.png";
-    QTest::newRow("1-bit grey") << "basn0g01.png";
 }
 
 void TestCanvas::openedImagesAreConverted()
 {
-    QFETCH(QString, file);
-    QImage source(ZARN_TESTDATA_DIR "/png/" + file);
-    QVERIFY(!source.isNull());
-    source.setDotsPerMeterX(5000);
-    source.setDotsPerMeterY(7000);
+    // 8-bit indexed, 24-bit, 32-bit with alpha, 1-bit grey; a resolution of
+    // their own is not kept.
     const QImage fresh(1, 1, QImage::Format_ARGB32_Premultiplied);
-
-    Canvas canvas(source);
-    const QImage& image = canvas.image();
-    QCOMPARE(image.format(), QImage::Format_ARGB32_Premultiplied);
-    QCOMPARE(image.dotsPerMeterX(), fresh.dotsPerMeterX());
-    QCOMPARE(image.dotsPerMeterY(), fresh.dotsPerMeterY());
-    QVERIFY(image.dotsPerMeterX() != 5000);
-    QCOMPARE(image.pixel(5, 7), source.convertToFormat(image.format()).pixel(5, 7));
+    for (const char* file : {"basn3p08.png", "basn2c08.png", "basn6a08.png", "basn0g01.png"}) {
+        QImage source(QStringLiteral(ZARN_TESTDATA_DIR "/png/") + file);
+        source.setDotsPerMeterX(5000);
+        source.setDotsPerMeterY(7000);
+        const QImage image = Canvas(source).image();
+        QCOMPARE(image.format(), QImage::Format_ARGB32_Premultiplied);
+        QCOMPARE(image.dotsPerMeterX(), fresh.dotsPerMeterX());
+        QCOMPARE(image.dotsPerMeterY(), fresh.dotsPerMeterY());
+        QCOMPARE(image.pixel(5, 7), source.convertToFormat(image.format()).pixel(5, 7));
+    }
 }
 
 void TestCanvas::nullImageAndUnsizedWidgetAreSafe()
@@ -226,7 +205,6 @@ void TestCanvas::nullImageAndUnsizedWidgetAreSafe()
 void TestCanvas::undoHistory()
 {
     auto canvas = make_canvas(QSize(100, 100), filled(QSize(10, 10), 0xFFFFFFFF));
-    QVERIFY(canvas);
     auto marker = [&] { return canvas->image().pixel(0, 0); };
 
     // The initial entry: undo keeps the pixels, a second undo does nothing.
@@ -280,7 +258,6 @@ void TestCanvas::undoHistory()
 void TestCanvas::snapshotsSharePixelsUntilNextWrite()
 {
     auto canvas = make_canvas(QSize(100, 100), pattern_image(64, 64));
-    QVERIFY(canvas);
     canvas->image().setPixel(0, 0, 0xFF112233u); // the document now owns its pixels
     const uchar* own = canvas->image().constBits();
 
@@ -308,7 +285,6 @@ void TestCanvas::applyImageWithMask()
     result.setPixel(20, 20, 0);
 
     auto canvas = make_canvas(QSize(50, 50), filled(size, 0xFFFFFFFF));
-    QVERIFY(canvas);
     canvas->applyImageWithMask(result);
     QCOMPARE(canvas->image().pixel(0, 0), 0xFFFF0000u);
     QCOMPARE(canvas->image().pixel(39, 29), 0xFFFF0000u);
@@ -318,19 +294,17 @@ void TestCanvas::applyImageWithMask()
     canvas = make_canvas(QSize(50, 50), filled(size, 0xFFFFFFFF));
     select_rect(*canvas, QRect(10, 10, 15, 15));
     canvas->applyImageWithMask(result);
-    QCOMPARE(canvas->image().pixel(10, 10), 0xFFFF0000u);
-    QCOMPARE(canvas->image().pixel(24, 24), 0xFFFF0000u);
-    QCOMPARE(canvas->image().pixel(20, 20), 0xFFFFFFFFu);
-    QCOMPARE(canvas->image().pixel(9, 10), 0xFFFFFFFFu);
-    QCOMPARE(canvas->image().pixel(25, 24), 0xFFFFFFFFu);
-    QCOMPARE(canvas->image().pixel(0, 0), 0xFFFFFFFFu);
+    // Red inside the rectangle only, and not where the result is transparent.
+    for (QPoint p : {QPoint(10, 10), QPoint(24, 24), QPoint(20, 20), QPoint(9, 10), QPoint(25, 24)})
+        QCOMPARE(canvas->image().pixel(p), QRect(10, 10, 15, 15).contains(p) && p != QPoint(20, 20)
+                                               ? 0xFFFF0000u
+                                               : 0xFFFFFFFFu);
 }
 
 void TestCanvas::maskOperationsAndCaches()
 {
     // 801 pixels leave padding bytes at each row's end.
     auto canvas = make_canvas(QSize(100, 100), filled(QSize(801, 7), 0xFFFFFFFF));
-    QVERIFY(canvas);
     QVERIFY(canvas->isMaskEmpty());
     canvas->invertMask();
     QVERIFY(!canvas->isMaskEmpty());
@@ -358,7 +332,6 @@ void TestCanvas::maskOperationsAndCaches()
 void TestCanvas::viewNumbers()
 {
     auto canvas = make_canvas(QSize(600, 400), filled(QSize(800, 600), 0xFFFFFFFF));
-    QVERIFY(canvas);
     QCOMPARE(canvas->viewRect(), QRectF(100, 100, 600, 400));
     QCOMPARE(canvas->widgetToImage(0, 0), QPointF(100, 100));
     QCOMPARE(canvas->widgetToImage(300, 200), QPointF(400, 300));
@@ -404,7 +377,6 @@ void TestCanvas::viewNumbers()
 void TestCanvas::resizeKeepsMagnification()
 {
     auto canvas = make_canvas(QSize(600, 400), filled(QSize(800, 600), 0xFFFFFFFF));
-    QVERIFY(canvas);
     canvas->show(); // the first resize event, with no previous size, scales nothing
     QVERIFY(QTest::qWaitForWindowExposed(canvas.get()));
     QCOMPARE(canvas->viewRect(), QRectF(100, 100, 600, 400));
@@ -418,7 +390,6 @@ void TestCanvas::keyTable()
 {
     // 700 pixels shown 600 wide: the arrow step is 16 * 600 / 700 = 13.7.
     auto canvas = make_canvas(QSize(600, 400), filled(QSize(700, 600), 0xFFFFFFFF));
-    QVERIFY(canvas);
     RecordingTool tool;
     canvas->pushTool(&tool);
     tool.calls.clear();
@@ -461,7 +432,6 @@ void TestCanvas::keyTable()
 void TestCanvas::spaceHandTool()
 {
     auto canvas = make_canvas(QSize(100, 100), filled(QSize(50, 50), 0xFFFFFFFF));
-    QVERIFY(canvas);
     RecordingTool tool;
     canvas->pushTool(&tool);
     QCOMPARE(canvas->cursor().shape(), Qt::CrossCursor);
@@ -506,7 +476,6 @@ void TestCanvas::spaceHandTool()
 void TestCanvas::dragStartedUnderToolEndsUnderHand()
 {
     auto canvas = make_canvas(QSize(100, 100), filled(QSize(50, 50), 0xFFFFFFFF));
-    QVERIFY(canvas);
     canvas->show();
     QVERIFY(QTest::qWaitForWindowExposed(canvas.get()));
     RecordingTool marquee;
@@ -519,13 +488,13 @@ void TestCanvas::dragStartedUnderToolEndsUnderHand()
     send_key(*canvas, QEvent::KeyRelease, Qt::Key_Space);
     QCOMPARE(canvas->cursorDepth(), 1);
     QCOMPARE(canvas->cursor().shape(), Qt::CrossCursor);
+    QCOMPARE(canvas->unpairedCursorPops(), 0);
     QCOMPARE(marquee.calls, QStringList({"on", "press 10,10 -15,-15 1", "off", "on"}));
 }
 
 void TestCanvas::mouseRouting()
 {
     auto canvas = make_canvas(QSize(100, 80), filled(QSize(50, 40), 0xFFFFFFFF));
-    QVERIFY(canvas);
     canvas->show();
     QVERIFY(QTest::qWaitForWindowExposed(canvas.get()));
     canvas->zoom(2); // view (0, 0, 50, 40): two widget pixels per image pixel
@@ -563,7 +532,6 @@ void TestCanvas::paintsImageGreyAndStripes()
 {
     const QImage picture = pattern_image(40, 30);
     auto canvas = make_canvas(QSize(100, 80), picture); // image at widget (30, 25)
-    QVERIFY(canvas);
     // Shown, so that grabbing sends no resize events of its own.
     canvas->show();
     QVERIFY(QTest::qWaitForWindowExposed(canvas.get()));
@@ -607,7 +575,6 @@ void TestCanvas::outlineAtMagnification()
 {
     // One image pixel shown as a 4 x 4 block: its 12 border pixels.
     auto canvas = make_canvas(QSize(40, 40), filled(QSize(20, 20), 0xFFFFFFFF));
-    QVERIFY(canvas);
     canvas->zoom(4); // view (5, 5, 10, 10)
     select_rect(*canvas, QRect(7, 8, 1, 1));
     canvas->grab();
@@ -627,7 +594,6 @@ void TestCanvas::outlineAtMagnification()
     // At any magnification the outline is that of the mask as QPainter
     // draws it through the rounded view.
     auto big = make_canvas(QSize(97, 61), pattern_image(150, 90));
-    QVERIFY(big);
     {
         QPainter painter(&big->mask());
         painter.setPen(Qt::color1);

@@ -123,6 +123,7 @@ void TestScrollTool::cursorStaysBalanced()
     QCOMPARE(canvas->cursor().shape(), Qt::CrossCursor);
     QTest::mouseRelease(canvas.get(), Qt::LeftButton, {}, QPoint(12, 10));
     QCOMPARE(canvas->cursorDepth(), 1);
+    QCOMPARE(canvas->unpairedCursorPops(), 0);
 }
 
 QTEST_MAIN(TestScrollTool)
