@@ -1,0 +1,468 @@
+// SPDX-License-Identifier: MIT
+// Extreme sizes: every tool and filter on 1x1, 1x300, 300x1 and 2x2 pictures,
+// every magnification from 1/64 to 64, find_edges on degenerate bitmaps, and
+// (with ZARN_EXTREMES_HUGE=1, run by scripts/soak.sh extremes) a 12000x8000
+// picture. Nothing may crash, change the picture's size or format, or leave
+// the tool and cursor stacks unbalanced.
+#include <QAction>
+#include <QActionGroup>
+#include <QApplication>
+#include <QBitmap>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMouseEvent>
+#include <QSlider>
+#include <QTest>
+#include <cmath>
+#include <cstring>
+
+#include "app/mainwindow.h"
+#include "app/sliderdialog.h"
+#include "canvas/canvas.h"
+#include "canvas/edgedetect.h"
+#include "filters/zarnifyfilter.h"
+#include "filters/zarnonimatefilter.h"
+#include "support/modal.h"
+#include "tools/tool.h"
+
+namespace {
+
+const QStringList kTools = {"Move",    "Brush", "Text",      "Eyedropper",
+                            "Marquee", "Lasso", "Magic Wand"};
+
+// Opaque and different in every pixel, so that any misplaced pixel shows.
+QImage picture(int width, int height)
+{
+    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            image.setPixel(x, y, qRgb((x * 41 + 7) % 256, (y * 29 + 90) % 256, (x + y) % 200));
+    return image;
+}
+
+int setPixels(const QBitmap& bitmap)
+{
+    const QImage bits = bitmap.toImage().convertToFormat(QImage::Format_Mono);
+    int count = 0;
+    for (int y = 0; y < bits.height(); ++y)
+        for (int x = 0; x < bits.width(); ++x)
+            count += bits.pixelIndex(x, y) == Qt::color1 ? 1 : 0;
+    return count;
+}
+
+QBitmap bitmapOf(const QStringList& rows)
+{
+    QImage image(int(rows.first().size()), int(rows.size()), QImage::Format_Mono);
+    image.setColor(0, QColor(Qt::white).rgb());
+    image.setColor(1, QColor(Qt::black).rgb());
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            image.setPixel(x, y, rows[y][x] == '#' ? 1 : 0);
+    return QBitmap::fromImage(image);
+}
+
+} // namespace
+
+class TestExtremes : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanup();
+    void toolsOnTinyPictures_data();
+    void toolsOnTinyPictures();
+    void filtersOnTinyPictures_data();
+    void filtersOnTinyPictures();
+    void everyMagnification_data();
+    void everyMagnification();
+    void degenerateEdges();
+    void hugePicture();
+
+private:
+    Canvas* install(const QImage& image);
+    void pickTool(const QString& label);
+    void mouse(QEvent::Type type, const QPoint& at, Qt::MouseButton button,
+               Qt::KeyboardModifiers mods = {});
+    void click(const QPointF& imagePoint, Qt::KeyboardModifiers mods = {});
+    void key(const QString& text, int code);
+    void runFilter(const QString& label, bool maximum);
+    void expectIntact(const QSize& size);
+    void gestures(const QSize& size);
+
+    MainWindow* window = nullptr;
+    Canvas* canvas = nullptr;
+};
+
+void TestExtremes::initTestCase()
+{
+    QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    window = new MainWindow; // lives to the end, like the program's own window
+    window->resize(420, 330);
+    window->show();
+}
+
+void TestExtremes::cleanup()
+{
+    QMetaObject::invokeMethod(window, "fileClose");
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    canvas = nullptr;
+}
+
+Canvas* TestExtremes::install(const QImage& image)
+{
+    canvas = new Canvas(image);
+    window->setCanvas(canvas);
+    QCoreApplication::processEvents(); // lets newCanvasDone() fit the view
+    canvas->resetView();
+    return canvas;
+}
+
+void TestExtremes::pickTool(const QString& label)
+{
+    for (QAction* action : window->toolActions()->actions())
+        if (action->text() == label)
+            action->trigger();
+}
+
+void TestExtremes::mouse(QEvent::Type type, const QPoint& at, Qt::MouseButton button,
+                         Qt::KeyboardModifiers mods)
+{
+    const Qt::MouseButtons held = type == QEvent::MouseButtonRelease ? Qt::NoButton : button;
+    QMouseEvent event(type, QPointF(at), canvas->mapToGlobal(QPointF(at)),
+                      type == QEvent::MouseMove ? Qt::NoButton : button, held, mods);
+    QApplication::sendEvent(canvas, &event);
+}
+
+void TestExtremes::click(const QPointF& imagePoint, Qt::KeyboardModifiers mods)
+{
+    // The widget pixel whose image position is nearest the point.
+    const QPointF w = canvas->imageToWidget(QPoint(0, 0)) +
+                      imagePoint * (canvas->width() / canvas->viewRect().width());
+    const QPoint at(int(std::floor(w.x())), int(std::floor(w.y())));
+    mouse(QEvent::MouseButtonPress, at, Qt::LeftButton, mods);
+    mouse(QEvent::MouseButtonRelease, at, Qt::LeftButton, mods);
+}
+
+void TestExtremes::key(const QString& text, int code)
+{
+    QKeyEvent press(QEvent::KeyPress, code, Qt::NoModifier, text);
+    QApplication::sendEvent(window, &press);
+    QKeyEvent release(QEvent::KeyRelease, code, Qt::NoModifier, text);
+    QApplication::sendEvent(window, &release);
+}
+
+void TestExtremes::runFilter(const QString& label, bool maximum)
+{
+    static const QStringList asking = {"Zarnelate", "Zarnify", "Zarnelure"};
+    if (asking.contains(label)) {
+        whenModal([maximum](QWidget* w) {
+            auto* dialog = dynamic_cast<SliderDialog*>(w);
+            if (!dialog) {
+                w->close();
+                return;
+            }
+            QSlider* slider = dialog->valueSlider();
+            slider->setValue(maximum ? slider->maximum() : slider->minimum());
+            dialog->accept();
+        });
+    }
+    for (QAction* menu : window->menuBar()->actions())
+        for (QAction* action : menu->menu()->actions())
+            if (action->text() == label)
+                action->trigger();
+}
+
+void TestExtremes::expectIntact(const QSize& size)
+{
+    QCOMPARE(window->currentCanvas(), canvas);
+    QCOMPARE(canvas->image().size(), size);
+    QCOMPARE(canvas->image().format(), QImage::Format_ARGB32_Premultiplied);
+    QCOMPARE(canvas->mask().size(), size);
+    QVERIFY(canvas->undoCount() <= 20);
+    QCOMPARE(canvas->unpairedCursorPops(), 0);
+    QVERIFY(canvas->cursorDepth() <= 2);
+    if (canvas->tool())
+        QCOMPARE(canvas->tool()->activeCanvas(), canvas);
+}
+
+// Clicks and drags inside, on the edges of and far outside the picture, with
+// every button and the selection modifiers, and the keys the tools read.
+void TestExtremes::gestures(const QSize& size)
+{
+    const QPoint topLeft = canvas->imageToWidget(QPoint(0, 0)).toPoint();
+    const QPoint bottomRight = canvas->imageToWidget(QPoint(size.width(), size.height())).toPoint();
+    const QList<QPoint> points = {topLeft,
+                                  bottomRight - QPoint(1, 1),
+                                  (topLeft + bottomRight) / 2,
+                                  topLeft - QPoint(3, 3),
+                                  bottomRight + QPoint(3, 3),
+                                  QPoint(-5000, -5000),
+                                  QPoint(5000, 5000)};
+    for (Qt::MouseButton button : {Qt::LeftButton, Qt::RightButton, Qt::MiddleButton}) {
+        for (Qt::KeyboardModifiers mods :
+             {Qt::KeyboardModifiers(), Qt::KeyboardModifiers(Qt::ShiftModifier),
+              Qt::KeyboardModifiers(Qt::AltModifier | Qt::ShiftModifier)}) {
+            mouse(QEvent::MouseButtonPress, points.first(), button, mods);
+            for (const QPoint& p : points)
+                mouse(QEvent::MouseMove, p, button, mods);
+            mouse(QEvent::MouseButtonRelease, points.last(), button, mods);
+        }
+    }
+    key("[", Qt::Key_BracketLeft);
+    key("]", Qt::Key_BracketRight);
+    key("]", Qt::Key_BracketRight);
+    key("3", Qt::Key_3);
+    canvas->repaint();
+}
+
+void TestExtremes::toolsOnTinyPictures_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("1x1") << QSize(1, 1);
+    QTest::newRow("1x300") << QSize(1, 300);
+    QTest::newRow("300x1") << QSize(300, 1);
+    QTest::newRow("2x2") << QSize(2, 2);
+}
+
+void TestExtremes::toolsOnTinyPictures()
+{
+    QFETCH(QSize, size);
+    const QImage original = picture(size.width(), size.height());
+    install(original);
+    window->setDrawColor(Qt::black);
+
+    for (const QString& label : kTools) {
+        pickTool(label);
+        QCOMPARE(canvas->tool(), window->registeredTool(label));
+        gestures(size);
+        if (label == "Text") {
+            whenModal([](QWidget* w) { w->close(); }); // the font dialog, cancelled
+            key("f", Qt::Key_F);
+        }
+        expectIntact(size);
+    }
+
+    // Worked results at the picture's first pixel and across all of it.
+    canvas->mask().fill(Qt::color0);
+    canvas->updateMaskStuff();
+    pickTool("Magic Wand");
+    click(QPointF(0.2, 0.2));
+    QCOMPARE(canvas->mask().toImage().pixelIndex(0, 0), int(Qt::color1));
+
+    pickTool("Marquee");
+    const QPoint before = canvas->imageToWidget(QPoint(0, 0)).toPoint() - QPoint(4, 4);
+    const QPoint after =
+        canvas->imageToWidget(QPoint(size.width(), size.height())).toPoint() + QPoint(4, 4);
+    mouse(QEvent::MouseButtonPress, before, Qt::LeftButton);
+    mouse(QEvent::MouseMove, after, Qt::LeftButton);
+    mouse(QEvent::MouseButtonRelease, after, Qt::LeftButton);
+    QCOMPARE(setPixels(canvas->mask()), size.width() * size.height());
+
+    pickTool("Eyedropper");
+    canvas->image() = original;
+    click(QPointF(0.2, 0.2));
+    QCOMPARE(window->drawColor(), QColor(original.pixel(0, 0)));
+
+    // One brush stamp changes the picture; one undo gives it back exactly.
+    canvas->clearMask();
+    window->setDrawColor(Qt::black);
+    pickTool("Brush");
+    key("9", Qt::Key_9);
+    const QImage unpainted = canvas->image();
+    const int undos = canvas->undoCount();
+    click(QPointF(size.width() / 2.0, size.height() / 2.0));
+    QCOMPARE(canvas->undoCount(), std::min(undos + 1, 20));
+    QVERIFY(canvas->image() != unpainted);
+    canvas->undo();
+    QCOMPARE(canvas->image(), unpainted);
+    expectIntact(size);
+}
+
+void TestExtremes::filtersOnTinyPictures_data()
+{
+    toolsOnTinyPictures_data();
+}
+
+void TestExtremes::filtersOnTinyPictures()
+{
+    QFETCH(QSize, size);
+    const QImage original = picture(size.width(), size.height());
+    install(original);
+
+    runFilter("Zarnert", false);
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x) {
+            const QRgb p = original.pixel(x, y);
+            QCOMPARE(canvas->image().pixel(x, y),
+                     qRgb(255 - qRed(p), 255 - qGreen(p), 255 - qBlue(p)));
+        }
+    }
+    canvas->image() = original;
+
+    // Size 100 needs 2500 pixels for one stamp: none is drawn, the picture
+    // stays, the undo step is there.
+    int undos = canvas->undoCount();
+    runFilter("Zarnelate", true);
+    QCOMPARE(canvas->image(), original);
+    QCOMPARE(canvas->undoCount(), std::min(undos + 1, 20));
+    runFilter("Zarnelate", false); // size 4: w*h/4 stamps, none for 1x1
+    expectIntact(size);
+    canvas->image() = original;
+
+    for (bool maximum : {false, true}) {
+        runFilter("Zarnify", maximum);
+        const int value = maximum ? 100 : 1;
+        QCOMPARE(canvas->image().pixel(0, 0), zarnify_pixel(original.pixel(0, 0), value));
+        QCOMPARE(canvas->image().pixel(size.width() - 1, size.height() - 1),
+                 zarnify_pixel(original.pixel(size.width() - 1, size.height() - 1), value));
+        canvas->image() = original;
+    }
+
+    // The height map and the silhouette tables are far larger than these
+    // pictures: only their top-left corner is used.
+    for (bool maximum : {false, true}) {
+        runFilter("Zarnelure", maximum);
+        expectIntact(size);
+        if (size == QSize(1, 1))
+            QCOMPARE(canvas->image(), original); // every source clamps to the one pixel
+        canvas->image() = original;
+    }
+
+    runFilter("Zarnonimate", false);
+    const ZarnonimateFilter probe(nullptr);
+    QVERIFY(!probe.rowTables().empty());
+    const auto [offset, inside] = probe.rowTables()[0][0];
+    QCOMPARE(canvas->image().pixel(0, 0),
+             inside ? original.pixel(std::min(offset, size.width() - 1), 0) : qRgb(0, 0, 0));
+    expectIntact(size);
+
+    runFilter("Last", false);
+    expectIntact(size);
+}
+
+void TestExtremes::everyMagnification_data()
+{
+    QTest::addColumn<double>("magnification");
+    for (int power = -6; power <= 6; ++power)
+        QTest::newRow(qPrintable(QString("2^%1").arg(power))) << std::ldexp(1.0, power);
+    QTest::newRow("1.5^-10") << std::pow(1.5, -10);
+    QTest::newRow("1.5^10") << std::pow(1.5, 10);
+}
+
+void TestExtremes::everyMagnification()
+{
+    QFETCH(double, magnification);
+    const QImage original = picture(3, 2);
+    install(original);
+    canvas->zoom(magnification);
+    QCOMPARE(canvas->width() / canvas->viewRect().width(), magnification);
+
+    // Mapping: widget -> image -> widget is exact to rounding, anywhere.
+    for (const QPoint p :
+         {QPoint(0, 0), QPoint(canvas->width() - 1, canvas->height() - 1), QPoint(-3000, 7000)}) {
+        const QPointF back =
+            canvas->imageToWidget(QPoint(0, 0)) + (canvas->widgetToImage(p)) * magnification;
+        QVERIFY2(std::abs(back.x() - p.x()) < 1e-6 && std::abs(back.y() - p.y()) < 1e-6,
+                 qPrintable(QString("%1,%2").arg(back.x()).arg(back.y())));
+    }
+    const QRect shown = canvas->inverseView();
+    QVERIFY(std::abs(shown.width() - 3 * magnification) <= 2);
+
+    // Painting with a selection (so the outline is built) and a tool preview.
+    canvas->mask().fill(Qt::color1);
+    canvas->updateMaskStuff();
+    pickTool("Brush");
+    QCOMPARE(canvas->grab().size(), canvas->size());
+    pickTool("Move"); // no preview from here on
+    const QImage plain = canvas->grab().toImage();
+    QCOMPARE(plain.pixel(0, 0), QColor(Qt::gray).rgb()); // the small picture is centred
+    if (magnification >= 8) {
+        // A whole block per image pixel: its middle shows the pixel itself.
+        // Painting maps through the view rounded to whole image pixels.
+        const QRectF v = canvas->viewRect();
+        const QRect window(std::floor(v.x() + 0.5), std::floor(v.y() + 0.5),
+                           std::floor(v.width() + 0.5), std::floor(v.height() + 0.5));
+        for (int y = 0; y < 2; ++y)
+            for (int x = 0; x < 3; ++x) {
+                const QPoint middle(
+                    int((x + 0.5 - window.x()) * canvas->width() / window.width()),
+                    int((y + 0.5 - window.y()) * canvas->height() / window.height()));
+                QCOMPARE(plain.pixel(middle), original.pixel(x, y));
+            }
+        QVERIFY(!canvas->outlineBitmap().isNull()); // the frame of the selection
+    }
+
+    // Tools at this magnification: a stamp and a selection at the middle.
+    pickTool("Brush");
+    click(QPointF(1.5, 1.0));
+    pickTool("Lasso");
+    mouse(QEvent::MouseButtonPress, QPoint(0, 0), Qt::LeftButton);
+    mouse(QEvent::MouseMove, QPoint(canvas->width(), 0), Qt::LeftButton);
+    mouse(QEvent::MouseMove, QPoint(canvas->width(), canvas->height()), Qt::LeftButton);
+    mouse(QEvent::MouseButtonRelease, QPoint(0, 0), Qt::LeftButton);
+    canvas->repaint();
+    expectIntact(QSize(3, 2));
+}
+
+void TestExtremes::degenerateEdges()
+{
+    // Rows 0 and h-1 and columns 0 and w-1 are border: every set pixel of a
+    // bitmap one or two pixels high, or one wide, is an edge pixel.
+    const QList<QStringList> allBorder = {
+        {"#.##..###"}, {"##.#", "#..#"}, {"#", ".", "#", "#"}, {"#"}, {"##", "##"}};
+    for (const QStringList& rows : allBorder) {
+        const QBitmap bitmap = bitmapOf(rows);
+        const QBitmap edges = find_edges(bitmap);
+        QCOMPARE(edges.toImage().convertToFormat(QImage::Format_Mono),
+                 bitmap.toImage().convertToFormat(QImage::Format_Mono));
+    }
+    QVERIFY(find_edges(bitmapOf({"."})).isNull());
+    QVERIFY(find_edges(bitmapOf({"...", "..."})).isNull());
+    QVERIFY(find_edges(QBitmap()).isNull());
+
+    // Garbage in the padding of every row: one pixel wide, none of it set.
+    QImage padded(1, 3, QImage::Format_Mono);
+    padded.setColor(0, QColor(Qt::white).rgb());
+    padded.setColor(1, QColor(Qt::black).rgb());
+    for (int y = 0; y < padded.height(); ++y)
+        std::memset(padded.scanLine(y), 0x7f, size_t(padded.bytesPerLine()));
+    const QBitmap unset = QBitmap::fromImage(padded);
+    QCOMPARE(setPixels(unset), 0);
+    QVERIFY(find_edges(unset).isNull());
+
+    // The same mask on a canvas: an empty selection, which restricts nothing.
+    install(picture(1, 3));
+    canvas->mask() = unset;
+    canvas->updateMaskStuff();
+    QVERIFY(canvas->isMaskEmpty());
+    canvas->repaint();
+    runFilter("Zarnert", false);
+    QCOMPARE(canvas->image().pixel(0, 2), qRgb(255 - 7, 255 - 148, 255 - 2)); // of (7, 148, 2)
+}
+
+void TestExtremes::hugePicture()
+{
+    if (qgetenv("ZARN_EXTREMES_HUGE") != "1")
+        QSKIP("12000x8000 only in the soak: ZARN_EXTREMES_HUGE=1 (scripts/soak.sh extremes)");
+    const QSize size(12000, 8000);
+    install(picture(size.width(), size.height()));
+    window->setDrawColor(Qt::darkRed);
+    for (const QString& label : kTools) {
+        pickTool(label);
+        gestures(size);
+        expectIntact(size);
+    }
+    for (const char* filter :
+         {"Zarnert", "Zarnelate", "Zarnify", "Zarnelure", "Zarnonimate", "Last"}) {
+        runFilter(filter, true);
+        expectIntact(size);
+    }
+    for (int i = 0; i < 25; ++i)
+        canvas->undo();
+    expectIntact(size);
+}
+
+QTEST_MAIN(TestExtremes)
+#include "tst_extremes.moc"
