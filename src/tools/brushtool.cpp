@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <QRegion>
 #include <algorithm>
+#include <vector>
 
 #include "app/log.h"
 #include "app/mainwindow.h"
@@ -55,6 +56,28 @@ QImage create_brush(const QBitmap& shape, const QColor& color, int size)
     painter.fillRect(QRect(0, 0, image.width(), image.height()), color);
     painter.end();
     return image.scaled(2 * size, 2 * size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
+
+QRegion region_within(const QRegion& region, const QRect& area)
+{
+    // Rectangles come in horizontal bands from top to bottom, each band's
+    // from left to right, so both searches can halve their way in.
+    const QRect* band = std::lower_bound(region.begin(), region.end(), area.top(),
+                                         [](const QRect& r, int top) { return r.bottom() < top; });
+    std::vector<QRect> kept;
+    while (band != region.end() && band->top() <= area.bottom()) {
+        const int top = band->top();
+        const QRect* bandEnd = std::partition_point(
+            band, region.end(), [top](const QRect& r) { return r.top() == top; });
+        const QRect* r = std::lower_bound(
+            band, bandEnd, area.left(), [](const QRect& r, int left) { return r.right() < left; });
+        for (; r != bandEnd && r->left() <= area.right(); ++r)
+            kept.push_back(*r & area);
+        band = bandEnd;
+    }
+    QRegion within;
+    within.setRects(kept.data(), int(kept.size()));
+    return within;
 }
 
 BrushTool::BrushTool()
@@ -120,11 +143,15 @@ void BrushTool::draw(const QPointF& p)
 {
     const QImage brush = create_brush(shape, mainWindow->drawColor(), size);
     QPainter painter(&canvas->image());
-    if (!canvas->isMaskEmpty())
-        painter.setClipRegion(canvas->maskRegion(), Qt::ReplaceClip);
+    const QRectF stamp(p.x() - size, p.y() - size, brush.width(), brush.height());
+    if (!canvas->isMaskEmpty()) {
+        // One pixel of slack around the stamp covers how it snaps to pixels.
+        const QRect reach = stamp.toAlignedRect().adjusted(-1, -1, 1, 1);
+        painter.setClipRegion(region_within(canvas->maskRegion(), reach), Qt::ReplaceClip);
+    }
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setOpacity(opacity / 100.0);
-    painter.drawImage(QPointF(p.x() - size, p.y() - size), brush);
+    painter.drawImage(stamp.topLeft(), brush);
     painter.end();
     canvas->update();
 }

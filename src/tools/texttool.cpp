@@ -3,10 +3,12 @@
 
 #include <QColor>
 #include <QFontDialog>
+#include <QFontMetricsF>
 #include <QPainter>
 
 #include "app/mainwindow.h"
 #include "canvas/canvas.h"
+#include "tools/brushtool.h"
 
 TextTool::TextTool()
 {
@@ -65,7 +67,7 @@ void TextTool::draw(const QPointF& p)
 {
     QPainter painter(&canvas->image());
     if (!canvas->isMaskEmpty())
-        painter.setClipRegion(canvas->maskRegion(), Qt::ReplaceClip);
+        painter.setClipRegion(region_within(canvas->maskRegion(), wordArea(p)), Qt::ReplaceClip);
     draw(&painter, p, opacity / 100.0, mainWindow->drawColor());
     canvas->update();
 }
@@ -84,6 +86,15 @@ void TextTool::resize(int steps)
 void TextTool::setOpacity(int percent)
 {
     opacity = percent;
+}
+
+QRect TextTool::wordArea(const QPointF& p)
+{
+    // Measured on the image, whose resolution turns points into pixels; the
+    // margin covers antialiased edges.
+    const QFontMetricsF metrics(font, &canvas->image());
+    const QRectF word = metrics.boundingRect(QStringLiteral("Zarn")).translated(p);
+    return word.toAlignedRect().adjusted(-2, -2, 2, 2);
 }
 
 void TextTool::chooseFont()

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QFont>
+#include <QRect>
 
 #include "tools/tool.h"
 
@@ -33,4 +34,5 @@ protected:
 
 private:
     void chooseFont();
+    QRect wordArea(const QPointF& p);
 };

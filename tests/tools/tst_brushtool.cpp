@@ -136,6 +136,20 @@ private slots:
         QCOMPARE(qAlpha(image.pixel(100, 100)), 255);
     }
 
+    void regionWithinMatchesTheIntersection()
+    {
+        QBitmap noise(97, 61);
+        noise.fill(Qt::color0);
+        QPainter painter(&noise);
+        for (int i = 0; i < 2000; ++i)
+            painter.fillRect(QRect((i * 37) % 97, (i * 53) % 61, 1 + i % 3, 1), Qt::color1);
+        painter.end();
+        const QRegion region(noise);
+        for (const QRect area : {QRect(-5, -5, 30, 30), QRect(40, 20, 1, 1), QRect(90, 50, 20, 20),
+                                 QRect(0, 0, 97, 61), QRect(200, 0, 5, 5)})
+            QVERIFY((region_within(region, area) ^ region.intersected(area)).isEmpty());
+    }
+
     void stampIsClippedToTheSelection()
     {
         ToolHarness h(filled(200, 200, 0xffffffff), "Brush");
@@ -145,6 +159,9 @@ private slots:
         const QRect changed = changedArea(before, h.canvas->image());
         QCOMPARE(changed.right(), 99);
         QVERIFY(changed.left() < 95);
+        h.selectRect(QRect(0, 0, 10, 10));
+        h.press(150, 150);
+        QCOMPARE(changedArea(before, h.canvas->image()), changed);
         h.canvas->clearMask();
         h.press(100, 100);
         QVERIFY(changedArea(before, h.canvas->image()).right() > 105);
