@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QApplication>
-#include <QDialog>
-#include <QList>
 #include <QProgressBar>
 #include <QProgressDialog>
 #include <QSlider>
@@ -29,36 +26,30 @@ struct FilterDocument
     QImage picture() const { return canvas->image(); }
 };
 
-// What the slider dialog offered before the test answered it.
+// Title, initial value and range the slider dialog offered; empty title when
+// no slider dialog came up.
 struct SliderSeen
 {
-    bool shown = false;
     QString title;
-    int initial = 0;
-    int minimum = 0;
-    int maximum = 0;
+    int initial = 0, minimum = 0, maximum = 0;
 };
 
-// Answers the next slider dialog: accepts it with value, or cancels it when
-// value is empty. Any other modal dialog is rejected so the test cannot hang.
+// Accepts the next slider dialog with value, or cancels it when value is
+// empty. With attempts 0 it only looks once, to prove no dialog comes up.
 inline std::shared_ptr<SliderSeen> answerSlider(std::optional<int> value, int attempts = 200)
 {
     auto seen = std::make_shared<SliderSeen>();
     whenModal(
         [seen, value](QWidget* w) {
             auto* dialog = dynamic_cast<SliderDialog*>(w);
-            if (!dialog || !dialog->valueSlider()) {
-                if (auto* other = qobject_cast<QDialog*>(w))
-                    other->reject();
+            QSlider* slider = dialog ? dialog->valueSlider() : nullptr;
+            if (!slider) {
+                w->close();
                 return;
             }
-            seen->shown = true;
-            seen->title = dialog->windowTitle();
-            seen->initial = dialog->value();
-            seen->minimum = dialog->valueSlider()->minimum();
-            seen->maximum = dialog->valueSlider()->maximum();
+            *seen = {dialog->windowTitle(), dialog->value(), slider->minimum(), slider->maximum()};
             if (value) {
-                dialog->valueSlider()->setValue(*value);
+                slider->setValue(*value);
                 dialog->accept();
             } else {
                 dialog->reject();
@@ -82,9 +73,8 @@ inline void cancelProgressWhenShown(QWidget* window, int attempts = 1000)
 }
 
 // The filter under test with its progress dialog watched: label, range,
-// modality and every value set are recorded. With showAtOnce the dialog
-// appears at its first step instead of after seconds, so that a test can
-// cancel it from a timer.
+// modality and every value set are recorded. With showAtOnce the dialog appears at its
+// first step instead of after seconds, so that a timer can cancel it.
 template <typename F> class WatchedFilter : public F
 {
 public:
@@ -101,12 +91,11 @@ protected:
     {
         std::unique_ptr<QProgressDialog> dialog = F::createProgress(text, max);
         label = dialog->labelText();
-        maximum = dialog->maximum();
         windowModal = dialog->windowModality() == Qt::WindowModal;
+        maximum = dialog->maximum();
         values.clear();
-        if (auto* bar = dialog->findChild<QProgressBar*>())
-            QObject::connect(bar, &QProgressBar::valueChanged,
-                             [this](int value) { values.append(value); });
+        QObject::connect(dialog->template findChild<QProgressBar*>(), &QProgressBar::valueChanged,
+                         [this](int value) { values.append(value); });
         if (showAtOnce)
             dialog->setMinimumDuration(0);
         return dialog;
