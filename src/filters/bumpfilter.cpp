@@ -4,6 +4,7 @@
 #include <QProgressDialog>
 #include <QRgb>
 #include <QString>
+#include <algorithm>
 #include <vector>
 
 #include "app/log.h"
@@ -28,32 +29,69 @@ int clamp_index(int i, int size)
 
 // The slopes scaled once per run: x + dx * k evaluates dx * k first, so the
 // products can be taken from a table without changing a single result.
+// Usually floor(x + a) is x + floor(a) for every integer x, and the run
+// shifts by whole offsets; only a product just below an integer could round
+// x + a up to the next one, and then every pixel takes the floating path.
 struct ScaledSlopes
 {
     std::vector<double> dx;
     std::vector<double> dy;
+    std::vector<int> shiftX;
+    std::vector<int> shiftY;
+    bool whole = true;
+
+    void add(double product, std::vector<double>& products, std::vector<int>& shifts)
+    {
+        // Beyond a billion pixels every source lands on an edge either way.
+        const double a = std::clamp(product, -1e9, 1e9);
+        const int shift = floor_to_int(a);
+        // Half a unit in the last place of any int coordinate is below 1e-6.
+        whole = whole && (a == shift || shift + 1 - a > 1e-6);
+        products.push_back(a);
+        shifts.push_back(shift);
+    }
 };
 
 ScaledSlopes scale_slopes(const BumpTable& bump, double k)
 {
     ScaledSlopes scaled;
-    scaled.dx.reserve(bump.size());
-    scaled.dy.reserve(bump.size());
     for (const auto& slope : bump) {
-        scaled.dx.push_back(double(slope.first) * k);
-        scaled.dy.push_back(double(slope.second) * k);
+        scaled.add(double(slope.first) * k, scaled.dx, scaled.shiftX);
+        scaled.add(double(slope.second) * k, scaled.dy, scaled.shiftY);
     }
     return scaled;
 }
 
+struct RowSlopes
+{
+    const double* dx;
+    const double* dy;
+    const int* shiftX;
+    const int* shiftY;
+};
+
 void bump_row(const std::vector<const QRgb*>& sourceRows, QRgb* target, int y, int width,
-              const double* dx, const double* dy, int bumpWidth)
+              const RowSlopes& slopes, int bumpWidth)
 {
     const int height = int(sourceRows.size());
     int column = 0;
     for (int x = 0; x < width; ++x) {
-        const int sx = clamp_index(floor_to_int(x + dx[column]), width);
-        const int sy = clamp_index(floor_to_int(y + dy[column]), height);
+        const int sx = clamp_index(floor_to_int(x + slopes.dx[column]), width);
+        const int sy = clamp_index(floor_to_int(y + slopes.dy[column]), height);
+        target[x] = sourceRows[sy][sx];
+        if (++column == bumpWidth)
+            column = 0;
+    }
+}
+
+void bump_row_whole(const std::vector<const QRgb*>& sourceRows, QRgb* target, int y, int width,
+                    const RowSlopes& slopes, int bumpWidth)
+{
+    const int height = int(sourceRows.size());
+    int column = 0;
+    for (int x = 0; x < width; ++x) {
+        const int sx = clamp_index(x + slopes.shiftX[column], width);
+        const int sy = clamp_index(y + slopes.shiftY[column], height);
         target[x] = sourceRows[sy][sx];
         if (++column == bumpWidth)
             column = 0;
@@ -87,9 +125,13 @@ QImage bump_image(const QImage& source, const BumpTable& bump, int bumpWidth, in
     }
     const ScaledSlopes scaled = scale_slopes(bump, value * 0.025);
     for (int y = 0; y < height; ++y) {
-        const size_t rowStart = size_t(y % bumpHeight) * size_t(bumpWidth);
-        bump_row(sourceRows, targetRows[y], y, width, &scaled.dx[rowStart], &scaled.dy[rowStart],
-                 bumpWidth);
+        const size_t start = size_t(y % bumpHeight) * size_t(bumpWidth);
+        const RowSlopes slopes{&scaled.dx[start], &scaled.dy[start], &scaled.shiftX[start],
+                               &scaled.shiftY[start]};
+        if (scaled.whole)
+            bump_row_whole(sourceRows, targetRows[y], y, width, slopes, bumpWidth);
+        else
+            bump_row(sourceRows, targetRows[y], y, width, slopes, bumpWidth);
         if (progress && !progress(y))
             return QImage();
     }

@@ -98,18 +98,24 @@ private slots:
     void tilesAndRoundsDown()
     {
         const QImage source = positions(23, 17);
-        BumpTable table;
+        BumpTable whole;
         for (int i = 0; i < 6; ++i)
-            table.push_back({float((i * 97) % 511 - 255), float((i * 61) % 511 - 255)});
-        for (int value = -100; value <= 100; value += 9) {
-            const QImage result = bump_image(source, table, 3, 2, value);
-            for (int y = 0; y < 17; ++y) {
-                for (int x = 0; x < 23; ++x) {
-                    const auto& [dx, dy] = table[size_t(x % 3 + (y % 2) * 3)];
-                    const int sx = int(std::floor(x + double(dx) * (value * 0.025)));
-                    const int sy = int(std::floor(y + double(dy) * (value * 0.025)));
-                    if (sourceOf(result, x, y) != QPoint(qBound(0, sx, 22), qBound(0, sy, 16)))
-                        QFAIL(qPrintable(QStringLiteral("%1 at %2,%3").arg(value).arg(x).arg(y)));
+            whole.push_back({float((i * 97) % 511 - 255), float((i * 61) % 511 - 255)});
+        // Products just below an integer take the floating path.
+        BumpTable fractional = whole;
+        fractional[4] = {0.99999994f, -2.3f};
+        for (const BumpTable& table : {whole, fractional}) {
+            for (int value = -100; value <= 100; value += 7) {
+                const QImage result = bump_image(source, table, 3, 2, value);
+                for (int y = 0; y < 17; ++y) {
+                    for (int x = 0; x < 23; ++x) {
+                        const auto& [dx, dy] = table[size_t(x % 3 + (y % 2) * 3)];
+                        const int sx = int(std::floor(x + double(dx) * (value * 0.025)));
+                        const int sy = int(std::floor(y + double(dy) * (value * 0.025)));
+                        if (sourceOf(result, x, y) != QPoint(qBound(0, sx, 22), qBound(0, sy, 16)))
+                            QFAIL(
+                                qPrintable(QStringLiteral("%1 at %2,%3").arg(value).arg(x).arg(y)));
+                    }
                 }
             }
         }
