@@ -4,6 +4,7 @@
 #include <QCursor>
 #include <QImage>
 #include <QPainter>
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdlib>
@@ -69,9 +70,10 @@ void prefetch_step(const QPoint& p, const unsigned char* queued, const unsigned 
     __builtin_prefetch(rows[size_t(p.y())] + p.x());
     __builtin_prefetch(selected + at, 1);
     __builtin_prefetch(queued + at, 1);
-    if (at >= size_t(width))
+    if (p.y() > 0)
         __builtin_prefetch(queued + at - size_t(width), 1);
-    __builtin_prefetch(queued + at + size_t(width), 1);
+    if (size_t(p.y()) + 1 < rows.size())
+        __builtin_prefetch(queued + at + size_t(width), 1);
 }
 
 // Queues the unqueued neighbours of (px, py), any of which may lie outside.
@@ -186,11 +188,12 @@ void MagicWandTool::mousePressEvent(const QPoint&, const QPointF& imagePos, Qt::
     subtract = begin_selection(canvas, modifiers);
     const QSize size = canvas->image().size();
     {
+        // Freed at the end of this block, before the repaint.
         WorkBuffer selected(size_t(size.width()) * size_t(size.height()));
-        if (!selected.data())
-            return;
-        fillRegion(seed, selected.data());
-        applyToMask(selected.data(), size);
+        if (selected.data()) {
+            fillRegion(seed, selected.data());
+            applyToMask(selected.data(), size);
+        }
     }
     canvas->updateAll();
 }
