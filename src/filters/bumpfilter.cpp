@@ -42,8 +42,9 @@ struct ScaledSlopes
 
     void add(double product, std::vector<double>& products, std::vector<int>& shifts)
     {
-        // Beyond a billion pixels every source lands on an edge either way.
-        const double a = std::clamp(product, -1e9, 1e9);
+        // Beyond a hundred million pixels every source lands on an edge
+        // either way; the bound keeps coordinate plus shift inside int.
+        const double a = std::clamp(product, -1e8, 1e8);
         const int shift = floor_to_int(a);
         // Half a unit in the last place of any int coordinate is below 1e-6.
         whole = whole && (a == shift || shift + 1 - a > 1e-6);

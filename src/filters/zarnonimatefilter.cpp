@@ -3,6 +3,7 @@
 
 #include <QProgressDialog>
 #include <QRgb>
+#include <algorithm>
 #include <cmath>
 
 #include "canvas/canvas.h"
