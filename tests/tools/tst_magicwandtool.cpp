@@ -39,6 +39,18 @@ private slots:
         QCOMPARE(selected, std::vector<unsigned char>({1, 1, 1, 0, 0, 0}));
         // Pixel 3 was tested and refused, so nothing went on from it.
         QCOMPARE(queued, std::vector<unsigned char>({1, 1, 1, 1, 0, 0}));
+
+        // A frontier of thousands of positions, all of one colour.
+        const int side = 1200;
+        std::vector<unsigned int> flat(size_t(side) * side, 0xff336699);
+        std::vector<unsigned int*> lines;
+        for (int y = 0; y < side; ++y)
+            lines.push_back(flat.data() + size_t(y) * side);
+        std::vector<unsigned char> marks(flat.size(), 0), region(flat.size(), 0);
+        queue.push(QPoint(600, 599));
+        flood_fill(flat[0], 0, marks.data(), region.data(), lines, queue, side, side);
+        QCOMPARE(std::count(region.begin(), region.end(), 1), long(flat.size()));
+        QVERIFY(queue.empty());
     }
 
     void cornersJoinAlphaIsIgnoredAndToleranceIsInclusive()
