@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <QRegion>
 #include <algorithm>
+#include <cmath>
 #include <vector>
 
 #include "app/log.h"
@@ -142,8 +143,16 @@ void BrushTool::paintEvent(QPainter* painter)
 void BrushTool::draw(const QPointF& p)
 {
     const QImage brush = create_brush(shape, mainWindow->drawColor(), size);
-    QPainter painter(&canvas->image());
     const QRectF stamp(p.x() - size, p.y() - size, brush.width(), brush.height());
+    // At an absurd zoom the pointer maps to no finite point, or to one so far
+    // off that its pixel rectangle overflows an int: such a stamp paints
+    // nothing anyway.
+    if (!std::isfinite(p.x()) || !std::isfinite(p.y()) ||
+        !stamp.intersects(QRectF(canvas->image().rect()))) {
+        canvas->update();
+        return;
+    }
+    QPainter painter(&canvas->image());
     if (!canvas->isMaskEmpty()) {
         // One pixel of slack around the stamp covers how it snaps to pixels.
         const QRect reach = stamp.toAlignedRect().adjusted(-1, -1, 1, 1);

@@ -5,6 +5,7 @@
 #include <QFontDialog>
 #include <QFontMetricsF>
 #include <QPainter>
+#include <cmath>
 
 #include "app/mainwindow.h"
 #include "canvas/canvas.h"
@@ -65,6 +66,11 @@ void TextTool::draw(QPainter* painter, const QPointF& p, double opacity, const Q
 
 void TextTool::draw(const QPointF& p)
 {
+    // At an absurd zoom the pointer maps to no finite point: nothing to stamp.
+    if (!std::isfinite(p.x()) || !std::isfinite(p.y())) {
+        canvas->update();
+        return;
+    }
     QPainter painter(&canvas->image());
     if (!canvas->isMaskEmpty())
         painter.setClipRegion(region_within(canvas->maskRegion(), wordArea(p)), Qt::ReplaceClip);
@@ -94,7 +100,12 @@ QRect TextTool::wordArea(const QPointF& p)
     // margin covers antialiased edges.
     const QFontMetricsF metrics(font, &canvas->image());
     const QRectF word = metrics.boundingRect(QStringLiteral("Zarn")).translated(p);
-    return word.toAlignedRect().adjusted(-2, -2, 2, 2);
+    // Only the part on the picture matters; far off it (an absurd zoom) the
+    // word's pixel rectangle would overflow an int.
+    const QRectF picture(canvas->image().rect());
+    if (!word.intersects(picture))
+        return QRect();
+    return (word & picture).toAlignedRect().adjusted(-2, -2, 2, 2);
 }
 
 void TextTool::chooseFont()

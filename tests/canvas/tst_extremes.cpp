@@ -14,6 +14,7 @@
 #include <QMouseEvent>
 #include <QSlider>
 #include <QTest>
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -39,6 +40,14 @@ QImage picture(int width, int height)
         for (int x = 0; x < width; ++x)
             image.setPixel(x, y, qRgb((x * 41 + 7) % 256, (y * 29 + 90) % 256, (x + y) % 200));
     return image;
+}
+
+// A widget position, held within reach of an int whatever the view (at an
+// absurd zoom the picture lies far beyond any screen, or nowhere at all).
+QPoint onScreen(const QPointF& p)
+{
+    auto clamp = [](double v) { return std::isnan(v) ? 0 : int(std::clamp(v, -1e6, 1e6)); };
+    return QPoint(clamp(p.x()), clamp(p.y()));
 }
 
 int setPixels(const QBitmap& bitmap)
@@ -77,6 +86,7 @@ private slots:
     void filtersOnTinyPictures();
     void everyMagnification_data();
     void everyMagnification();
+    void absurdZoom();
     void degenerateEdges();
     void hugePicture();
 
@@ -191,8 +201,8 @@ void TestExtremes::expectIntact(const QSize& size)
 // every button and the selection modifiers, and the keys the tools read.
 void TestExtremes::gestures(const QSize& size)
 {
-    const QPoint topLeft = canvas->imageToWidget(QPoint(0, 0)).toPoint();
-    const QPoint bottomRight = canvas->imageToWidget(QPoint(size.width(), size.height())).toPoint();
+    const QPoint topLeft = onScreen(canvas->imageToWidget(QPoint(0, 0)));
+    const QPoint bottomRight = onScreen(canvas->imageToWidget(QPoint(size.width(), size.height())));
     const QList<QPoint> points = {topLeft,
                                   bottomRight - QPoint(1, 1),
                                   (topLeft + bottomRight) / 2,
@@ -404,6 +414,35 @@ void TestExtremes::everyMagnification()
     mouse(QEvent::MouseButtonRelease, QPoint(0, 0), Qt::LeftButton);
     canvas->repaint();
     expectIntact(QSize(3, 2));
+}
+
+// Zooming has no bounds: thousands of presses take the view beyond what a
+// double holds (a width of 0 one way, infinity and NaN the other). Every tool
+// and the painting must survive that, and Control+0 must bring it all back.
+void TestExtremes::absurdZoom()
+{
+    const QSize size(40, 30);
+    for (int code : {int(Qt::Key_Equal), int(Qt::Key_Minus)}) {
+        install(picture(size.width(), size.height()));
+        canvas->mask().fill(Qt::color1);
+        canvas->updateMaskStuff();
+        for (int i = 0; i < 2000; ++i) {
+            QKeyEvent press(QEvent::KeyPress, code, Qt::ControlModifier);
+            QApplication::sendEvent(window, &press);
+        }
+        canvas->repaint();
+        for (const QString& label : kTools) {
+            pickTool(label);
+            gestures(size);
+            expectIntact(size);
+        }
+        QKeyEvent reset(QEvent::KeyPress, Qt::Key_0, Qt::ControlModifier);
+        QApplication::sendEvent(window, &reset);
+        QCOMPARE(canvas->viewRect().width(), double(canvas->width()));
+        QCOMPARE(canvas->widgetToImage(canvas->width() / 2, canvas->height() / 2),
+                 QPointF(size.width() / 2, size.height() / 2));
+        canvas->repaint();
+    }
 }
 
 void TestExtremes::degenerateEdges()
