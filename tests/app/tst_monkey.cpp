@@ -27,6 +27,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
+#include <QWheelEvent>
 #include <cstring>
 #include <deque>
 #include <map>
@@ -100,6 +101,7 @@ public:
     void mousePress();
     void mouseMoves();
     void mouseRelease();
+    void doubleClickOrWheel();
     void key();
     void resize();
     void settle();
@@ -344,6 +346,29 @@ void Monkey::mouseRelease()
     held &= ~button;
     note(QString("release %1 at %2,%3").arg(int(button)).arg(pointer.x()).arg(pointer.y()));
     sendMouse(QEvent::MouseButtonRelease, button, held);
+}
+
+// Neither reaches a tool by design, but a double click arrives as a second
+// press without a release between, and the wheel must change nothing.
+void Monkey::doubleClickOrWheel()
+{
+    Canvas* canvas = window->currentCanvas();
+    if (!canvas)
+        return;
+    pointer = randomPoint();
+    if (chance(50)) {
+        const Qt::MouseButton button = randomButton();
+        held |= button;
+        note(
+            QString("double click %1 at %2,%3").arg(int(button)).arg(pointer.x()).arg(pointer.y()));
+        sendMouse(QEvent::MouseButtonDblClick, button, held);
+        return;
+    }
+    const QPoint delta(0, chance(50) ? 120 : -120);
+    note(QString("wheel %1 at %2,%3").arg(delta.y()).arg(pointer.x()).arg(pointer.y()));
+    QWheelEvent wheel(QPointF(pointer), canvas->mapToGlobal(QPointF(pointer)), QPoint(), delta,
+                      held, randomModifiers(), Qt::NoScrollPhase, false);
+    QApplication::sendEvent(canvas, &wheel);
 }
 
 void Monkey::key()
@@ -622,12 +647,19 @@ QString Monkey::checkInvariants(bool deep)
 QString Monkey::run(long steps)
 {
     static const Weighted table[] = {
-        {10, [](Monkey& m) { m.menuCommand(); }}, {3, [](Monkey& m) { m.shortcutCommand(); }},
-        {8, [](Monkey& m) { m.pickTool(); }},     {9, [](Monkey& m) { m.mousePress(); }},
-        {22, [](Monkey& m) { m.mouseMoves(); }},  {8, [](Monkey& m) { m.mouseRelease(); }},
-        {20, [](Monkey& m) { m.key(); }},         {2, [](Monkey& m) { m.resize(); }},
-        {8, [](Monkey& m) { m.settle(); }},       {3, [](Monkey& m) { m.repaint(); }},
-        {2, [](Monkey& m) { m.wormTick(); }},     {1, [](Monkey& m) { m.swatchClick(); }},
+        {10, [](Monkey& m) { m.menuCommand(); }},
+        {3, [](Monkey& m) { m.shortcutCommand(); }},
+        {8, [](Monkey& m) { m.pickTool(); }},
+        {9, [](Monkey& m) { m.mousePress(); }},
+        {22, [](Monkey& m) { m.mouseMoves(); }},
+        {8, [](Monkey& m) { m.mouseRelease(); }},
+        {2, [](Monkey& m) { m.doubleClickOrWheel(); }},
+        {20, [](Monkey& m) { m.key(); }},
+        {2, [](Monkey& m) { m.resize(); }},
+        {8, [](Monkey& m) { m.settle(); }},
+        {3, [](Monkey& m) { m.repaint(); }},
+        {2, [](Monkey& m) { m.wormTick(); }},
+        {1, [](Monkey& m) { m.swatchClick(); }},
     };
     int total = 0;
     for (const Weighted& w : table)
@@ -673,7 +705,7 @@ void TestMonkey::initTestCase()
 void TestMonkey::randomSessions()
 {
     std::vector<unsigned> seeds{1, 2, 3};
-    long steps = 3000;
+    long steps = 5000;
     if (const QByteArray s = qgetenv("ZARN_MONKEY_SEED"); !s.isEmpty())
         seeds = {s.toUInt()};
     if (const QByteArray n = qgetenv("ZARN_MONKEY_STEPS"); !n.isEmpty())
