@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "canvas/canvas.h"
 
+
 #include <QColor>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -9,6 +10,7 @@
 #include <QResizeEvent>
 #include <QTimer>
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstring>
 
@@ -75,6 +77,35 @@ QImage selected_bits(const QBitmap& mask)
     if (bits.color(1) != selected && bits.color(0) == selected)
         bits.invertPixels();
     return bits;
+}
+
+// A region clip costs Qt spans for its height times its rectangle count (an
+// int that a noisy outline can overflow), so the outline is clipped in bands
+// of a few rows, each with only its own rectangles.
+std::vector<QRegion> bands_of(const QRegion& region)
+{
+    constexpr int kBandRows = 16;
+    std::vector<QRegion> bands;
+    std::vector<QRect> rects;
+    auto flush = [&]() {
+        if (rects.empty())
+            return;
+        // The rectangles come from a region, already in its banded order.
+        QRegion band;
+        band.setRects(rects.data(), int(rects.size()));
+        bands.push_back(band);
+        rects.clear();
+    };
+    int bandEnd = INT_MIN;
+    for (const QRect& r : region) {
+        if (r.top() >= bandEnd) {
+            flush();
+            bandEnd = r.top() + kBandRows;
+        }
+        rects.push_back(r);
+    }
+    flush();
+    return bands;
 }
 
 bool any_byte_set(const uchar* bytes, int count)
@@ -306,11 +337,40 @@ void Canvas::redo()
 
 void Canvas::applyImageWithMask(const QImage& source)
 {
-    QPainter painter(&documentImage);
-    if (!isMaskEmpty())
-        painter.setClipRegion(maskRegion(), Qt::ReplaceClip);
-    painter.drawImage(0, 0, source);
+    if (isMaskEmpty()) {
+        QPainter painter(&documentImage);
+        painter.drawImage(0, 0, source);
+    } else {
+        blendInsideMask(source);
+    }
     update();
+}
+
+// The drawing means "source over the picture, clipped to the selection". Qt's
+// raster engine sizes the spans of a region clip as region height times
+// rectangle count in an int, which a noisy selection on a big photo overflows
+// (a crash). So the whole picture is blended aside, the same way a painter
+// would, and the selected pixels are taken from it: the same pixels, bounded
+// cost.
+void Canvas::blendInsideMask(const QImage& source)
+{
+    QImage blended = documentImage.copy();
+    {
+        QPainter painter(&blended);
+        painter.drawImage(0, 0, source);
+    }
+    const QImage bits = selected_bits(selectionMask);
+    const int w = qMin(documentImage.width(), bits.width());
+    const int h = qMin(documentImage.height(), bits.height());
+    for (int y = 0; y < h; ++y) {
+        const uchar* selected = bits.constScanLine(y);
+        const auto* from = reinterpret_cast<const QRgb*>(blended.constScanLine(y));
+        auto* to = reinterpret_cast<QRgb*>(documentImage.scanLine(y));
+        for (int x = 0; x < w; ++x) {
+            if (selected[x >> 3] & (1u << (x & 7)))
+                to[x] = from[x];
+        }
+    }
 }
 
 // ---------------------------------------------------------------------------
@@ -456,10 +516,12 @@ void Canvas::paintOutline(QPainter& painter)
     if (outlineRegion.isEmpty())
         return;
     painter.setViewTransformEnabled(false);
-    painter.setClipRegion(outlineRegion, Qt::ReplaceClip);
     QBrush stripes(wormPattern);
     stripes.setTransform(QTransform::fromTranslate(wormPhase & 7, 0));
-    painter.fillRect(rect(), stripes);
+    for (const QRegion& band : outlineBands) {
+        painter.setClipRegion(band, Qt::ReplaceClip);
+        painter.fillRect(band.boundingRect(), stripes);
+    }
 }
 
 void Canvas::rebuildOutline(const QRect& window)
@@ -470,6 +532,7 @@ void Canvas::rebuildOutline(const QRect& window)
         outline = QBitmap(area);
         outline.fill(Qt::color0);
         outlineRegion = QRegion();
+        outlineBands.clear();
         return;
     }
     QImage shown(area, QImage::Format_ARGB32_Premultiplied);
@@ -481,6 +544,7 @@ void Canvas::rebuildOutline(const QRect& window)
     }
     outline = find_edges_in_bits(dark_pixels(shown));
     outlineRegion = outline.isNull() ? QRegion() : QRegion(outline);
+    outlineBands = bands_of(outlineRegion);
 }
 
 // QPainter draws a bitmap by itself only under a pure translation; under any

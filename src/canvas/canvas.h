@@ -11,6 +11,7 @@
 #include <deque>
 #include <list>
 #include <stack>
+#include <vector>
 
 #include "tools/scrolltool.h"
 
@@ -120,6 +121,7 @@ private:
     void viewChanged();
     void rebuildOutline(const QRect& window);
     void maskChanged();
+    void blendInsideMask(const QImage& source);
     QRect roundedView() const;
     void drawShownMask(QPainter& painter, const QRect& window);
     void paintOutline(QPainter& painter);
@@ -134,6 +136,7 @@ private:
 
     // The clip region of the outline's set pixels, made with the outline.
     QRegion outlineRegion;
+    std::vector<QRegion> outlineBands;
 
     int emptyCursorPops = 0;
 };

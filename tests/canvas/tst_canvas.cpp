@@ -3,6 +3,7 @@
 #include <QTest>
 #include <QTimer>
 #include <cmath>
+#include <cstring>
 #include <memory>
 
 #include "canvas/canvas.h"
@@ -299,6 +300,26 @@ void TestCanvas::applyImageWithMask()
         QCOMPARE(canvas->image().pixel(p), QRect(10, 10, 15, 15).contains(p) && p != QPoint(20, 20)
                                                ? 0xFFFF0000u
                                                : 0xFFFFFFFFu);
+
+    // A checkerboard selection on a big picture has millions of clip
+    // rectangles; a half-transparent result must blend exactly as a painter
+    // does, on selected pixels only.
+    const QSize big(3000, 2000);
+    canvas = make_canvas(QSize(50, 50), filled(big, 0xFFFFFFFF));
+    QImage board(big, QImage::Format_MonoLSB);
+    board.setColor(0, QColor(Qt::color0).rgba());
+    board.setColor(1, QColor(Qt::color1).rgba());
+    for (int y = 0; y < big.height(); ++y)
+        std::memset(board.scanLine(y), (y & 1) ? 0xAA : 0x55, board.bytesPerLine());
+    canvas->mask() = QBitmap::fromImage(board);
+    canvas->updateMaskStuff();
+    const QImage half = filled(big, 0x80800000);
+    QImage expected = filled(big, 0xFFFFFFFF);
+    QPainter(&expected).drawImage(0, 0, half);
+    canvas->applyImageWithMask(half);
+    for (QPoint p : {QPoint(0, 0), QPoint(1, 0), QPoint(0, 1), QPoint(2999, 1999), QPoint(2998, 1999)})
+        QCOMPARE(canvas->image().pixel(p),
+                 (p.x() + p.y()) % 2 == 0 ? expected.pixel(p) : 0xFFFFFFFFu);
 }
 
 void TestCanvas::maskOperationsAndCaches()
