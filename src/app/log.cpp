@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
 #include "app/log.h"
 
-void log(const char* /*format*/, ...)
-{
-}
+void log(const char* /*format*/, ...) {}
