@@ -112,31 +112,22 @@ QImage bump_image(const QImage& source, const BumpTable& bump, int bumpWidth, in
     if (bump.empty() || bumpWidth <= 0 || bumpHeight <= 0 ||
         bump.size() < size_t(bumpWidth) * size_t(bumpHeight))
         return QImage();
-    const QImage pixels = source.format() == QImage::Format_ARGB32_Premultiplied
-                              ? source
-                              : source.convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    QImage result(pixels.size(), QImage::Format_ARGB32_Premultiplied);
-    const int width = pixels.width();
-    const int height = pixels.height();
-    std::vector<const QRgb*> sourceRows(height);
-    std::vector<QRgb*> targetRows(height);
-    for (int y = 0; y < height; ++y) {
-        sourceRows[y] = reinterpret_cast<const QRgb*>(pixels.constScanLine(y));
-        targetRows[y] = reinterpret_cast<QRgb*>(result.scanLine(y));
-    }
+    RowTables rows(source);
+    const int width = rows.source.width();
+    const int height = rows.source.height();
     const ScaledSlopes scaled = scale_slopes(bump, value * 0.025);
     for (int y = 0; y < height; ++y) {
         const size_t start = size_t(y % bumpHeight) * size_t(bumpWidth);
         const RowSlopes slopes{&scaled.dx[start], &scaled.dy[start], &scaled.shiftX[start],
                                &scaled.shiftY[start]};
         if (scaled.whole)
-            bump_row_whole(sourceRows, targetRows[y], y, width, slopes, bumpWidth);
+            bump_row_whole(rows.from, rows.to[y], y, width, slopes, bumpWidth);
         else
-            bump_row(sourceRows, targetRows[y], y, width, slopes, bumpWidth);
+            bump_row(rows.from, rows.to[y], y, width, slopes, bumpWidth);
         if (progress && !progress(y))
             return QImage();
     }
-    return result;
+    return rows.result;
 }
 
 BumpFilter::BumpFilter(QWidget* parent) : Filter(parent), value(50)

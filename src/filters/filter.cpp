@@ -7,6 +7,17 @@
 
 #include "app/sliderdialog.h"
 
+RowTables::RowTables(const QImage& picture)
+    : source(picture.convertToFormat(QImage::Format_ARGB32_Premultiplied)),
+      result(source.size(), QImage::Format_ARGB32_Premultiplied), from(size_t(source.height())),
+      to(size_t(source.height()))
+{
+    for (int y = 0; y < source.height(); ++y) {
+        from[size_t(y)] = reinterpret_cast<const QRgb*>(source.constScanLine(y));
+        to[size_t(y)] = reinterpret_cast<QRgb*>(result.scanLine(y));
+    }
+}
+
 Filter::Filter(QWidget* parent) : QObject(parent) {}
 
 Filter::~Filter() = default;

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QImage>
 #include <QObject>
 #include <functional>
 #include <memory>
+#include <vector>
 
 class Canvas;
 class QProgressDialog;
@@ -13,6 +15,19 @@ class QWidget;
 // Reports work done (a row index or a stamp count) to whoever runs a pixel
 // function; returning false cancels the computation. An empty one never cancels.
 using FilterProgress = std::function<bool(int)>;
+
+// A 32-bit premultiplied view of a filter's source and a new result picture
+// of its size, with every row's start address fetched once, before the
+// pixel loops.
+struct RowTables
+{
+    explicit RowTables(const QImage& picture);
+
+    QImage source;
+    QImage result;
+    std::vector<const QRgb*> from;
+    std::vector<QRgb*> to;
+};
 
 // A whole-image operation from the Filters menu. run() asks for the setting,
 // takes an undo snapshot, computes under a progress dialog and applies the

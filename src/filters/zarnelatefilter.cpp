@@ -40,13 +40,6 @@ QPoint clamp_pos(const QPoint& p, const QSize& s)
     return q;
 }
 
-QImage premultiplied(const QImage& image)
-{
-    if (image.format() == QImage::Format_ARGB32_Premultiplied)
-        return image;
-    return image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
-}
-
 // Five bits per channel: most stamps then reuse a brush made earlier in the
 // run instead of clipping, filling and scaling the silhouette again.
 unsigned int colour_key(const QColor& colour)
@@ -96,7 +89,7 @@ int zarnelate_stamp_count(int width, int height, int size)
 QImage zarnelate_image(const QImage& source, const QBitmap& bitmap, int size,
                        const FilterProgress& progress)
 {
-    const QImage pixels = premultiplied(source);
+    const QImage pixels = source.convertToFormat(QImage::Format_ARGB32_Premultiplied);
     QImage result(pixels.size(), QImage::Format_ARGB32_Premultiplied);
     if (result.isNull())
         return result;

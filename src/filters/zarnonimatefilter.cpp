@@ -87,24 +87,15 @@ QImage zarnonimate_image(const QImage& source, const std::vector<OffsetTable>& r
 {
     if (!tables_fit(rowTable, tileWidth, tileHeight))
         return QImage();
-    const QImage pixels = source.format() == QImage::Format_ARGB32_Premultiplied
-                              ? source
-                              : source.convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    QImage result(pixels.size(), QImage::Format_ARGB32_Premultiplied);
-    const int width = pixels.width();
-    const int height = pixels.height();
-    std::vector<const QRgb*> sourceRows(height);
-    std::vector<QRgb*> targetRows(height);
+    RowTables rows(source);
+    const int width = rows.source.width();
+    const int height = rows.source.height();
     for (int y = 0; y < height; ++y) {
-        sourceRows[y] = reinterpret_cast<const QRgb*>(pixels.constScanLine(y));
-        targetRows[y] = reinterpret_cast<QRgb*>(result.scanLine(y));
-    }
-    for (int y = 0; y < height; ++y) {
-        squeeze_row(sourceRows[y], targetRows[y], width, rowTable[y % tileHeight], tileWidth);
+        squeeze_row(rows.from[y], rows.to[y], width, rowTable[y % tileHeight], tileWidth);
         if (progress && !progress(y))
             return QImage();
     }
-    return result;
+    return rows.result;
 }
 
 ZarnonimateFilter::ZarnonimateFilter(QWidget* parent) : Filter(parent)
