@@ -2,7 +2,6 @@
 #include "tools/lassotool.h"
 
 #include <QBrush>
-#include <QCursor>
 #include <QPainter>
 
 #include "app/mainwindow.h"
@@ -49,13 +48,8 @@ void LassoTool::mouseMoveEvent(const QPoint&, const QPointF& imagePos, Qt::Mouse
 
 void LassoTool::activeEvent(bool active)
 {
-    if (active) {
-        canvas->pushCursor(QCursor(Qt::CrossCursor));
-        mainWindow->setStatus(QStringLiteral("Press Shift or Alt to add and subtract selection"));
-    } else {
-        canvas->popCursor();
-        mainWindow->setStatus(QString());
-    }
+    show_selection_tool(canvas, mainWindow, active,
+                        QStringLiteral("Press Shift or Alt to add and subtract selection"));
 }
 
 void LassoTool::paintEvent(QPainter* painter)

@@ -25,6 +25,17 @@ void set_rubber_band(QPainter* painter)
     painter->setPen(QPen(QBrush(Qt::white), 0, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin));
 }
 
+void show_selection_tool(Canvas* canvas, MainWindow* mainWindow, bool active, const QString& hint)
+{
+    if (active) {
+        canvas->pushCursor(QCursor(Qt::CrossCursor));
+        mainWindow->setStatus(hint);
+    } else {
+        canvas->popCursor();
+        mainWindow->setStatus(QString());
+    }
+}
+
 void MarqueeTool::mousePressEvent(const QPoint&, const QPointF& imagePos, Qt::MouseButton button,
                                   Qt::MouseButtons, Qt::KeyboardModifiers modifiers)
 {
@@ -62,13 +73,8 @@ void MarqueeTool::mouseMoveEvent(const QPoint&, const QPointF& imagePos, Qt::Mou
 
 void MarqueeTool::activeEvent(bool active)
 {
-    if (active) {
-        canvas->pushCursor(QCursor(Qt::CrossCursor));
-        mainWindow->setStatus(QStringLiteral("Press Shift or Alt to add and subtract selection"));
-    } else {
-        canvas->popCursor();
-        mainWindow->setStatus(QString());
-    }
+    show_selection_tool(canvas, mainWindow, active,
+                        QStringLiteral("Press Shift or Alt to add and subtract selection"));
 }
 
 void MarqueeTool::paintEvent(QPainter* painter)
