@@ -4,8 +4,18 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 
 #include "bench.h"
+
+// CPU time of the whole process (all threads): wall time alone misleads on a
+// machine that other jobs share.
+static double process_cpu_ms()
+{
+    timespec t{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
+    return double(t.tv_sec) * 1e3 + double(t.tv_nsec) / 1e6;
+}
 
 std::vector<BenchCase>& benchCases()
 {
@@ -47,16 +57,20 @@ int main(int argc, char** argv)
         if (only && !std::strstr(c.name.c_str(), only))
             continue;
         std::vector<double> times;
+        std::vector<double> cpuTimes;
         for (int i = 0; i < c.repetitions; ++i) {
             std::function<void()> body = c.setup();
             QElapsedTimer timer;
+            const double cpuStart = process_cpu_ms();
             timer.start();
             body();
             times.push_back(timer.nsecsElapsed() / 1e6);
+            cpuTimes.push_back(process_cpu_ms() - cpuStart);
         }
         std::sort(times.begin(), times.end());
-        std::printf("%-40s %5dx%-5d %10.2f ms\n", c.name.c_str(), c.size.width(), c.size.height(),
-                    times[times.size() / 2]);
+        std::sort(cpuTimes.begin(), cpuTimes.end());
+        std::printf("%-40s %5dx%-5d %10.2f ms %10.2f ms cpu\n", c.name.c_str(), c.size.width(),
+                    c.size.height(), times[times.size() / 2], cpuTimes[cpuTimes.size() / 2]);
         std::fflush(stdout);
     }
     return 0;
