@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "canvas/canvas.h"
 
-
 #include <QColor>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -106,6 +105,24 @@ std::vector<QRegion> bands_of(const QRegion& region)
     }
     flush();
     return bands;
+}
+
+// True when drawing source over target replaces every pixel of target.
+bool covers_opaquely(const QImage& source, const QImage& target)
+{
+    if (source.size() != target.size() || source.format() != target.format() ||
+        source.dotsPerMeterX() != target.dotsPerMeterX() ||
+        source.dotsPerMeterY() != target.dotsPerMeterY())
+        return false;
+    for (int y = 0; y < source.height(); ++y) {
+        const auto* line = reinterpret_cast<const QRgb*>(source.constScanLine(y));
+        QRgb all = 0xFF000000u;
+        for (int x = 0; x < source.width(); ++x)
+            all &= line[x];
+        if ((all >> 24) != 0xFFu)
+            return false;
+    }
+    return true;
 }
 
 bool any_byte_set(const uchar* bytes, int count)
@@ -337,7 +354,11 @@ void Canvas::redo()
 
 void Canvas::applyImageWithMask(const QImage& source)
 {
-    if (isMaskEmpty()) {
+    if (isMaskEmpty() && covers_opaquely(source, documentImage)) {
+        // Source over an opaque picture of the same size is that picture:
+        // sharing it spares a copy and a blend of the whole document.
+        documentImage = source;
+    } else if (isMaskEmpty()) {
         QPainter painter(&documentImage);
         painter.drawImage(0, 0, source);
     } else {
