@@ -3,6 +3,7 @@
 
 #include <QProgressBar>
 #include <QProgressDialog>
+#include <QPushButton>
 #include <QSlider>
 #include <QTimer>
 #include <QWidget>
@@ -12,6 +13,23 @@
 #include "app/sliderdialog.h"
 #include "canvas/canvas.h"
 #include "support/modal.h"
+
+inline QImage filled(int width, int height, QRgb pixel)
+{
+    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
+    image.fill(pixel);
+    return image;
+}
+
+// Opaque, and pixel (x, y) names its own position in red and green.
+inline QImage positions(int width, int height)
+{
+    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            image.setPixel(x, y, qRgb(x, y, 7));
+    return image;
+}
 
 // A main-window stand-in owning one initialised canvas with the picture.
 struct FilterDocument
@@ -26,41 +44,35 @@ struct FilterDocument
     QImage picture() const { return canvas->image(); }
 };
 
-// Title, initial value and range the slider dialog offered; empty title when
-// no slider dialog came up.
-struct SliderSeen
-{
-    QString title;
-    int initial = 0, minimum = 0, maximum = 0;
-};
-
 // Accepts the next slider dialog with value, or cancels it when value is
-// empty. With attempts 0 it only looks once, to prove no dialog comes up.
-inline std::shared_ptr<SliderSeen> answerSlider(std::optional<int> value, int attempts = 200)
+// empty; with attempts 0 it looks only once, to prove that none comes up.
+// The text tells what the dialog offered: "title initial minimum..maximum".
+inline std::shared_ptr<QString> answerSlider(std::optional<int> value, int attempts = 200)
 {
-    auto seen = std::make_shared<SliderSeen>();
+    auto seen = std::make_shared<QString>();
     whenModal(
         [seen, value](QWidget* w) {
             auto* dialog = dynamic_cast<SliderDialog*>(w);
-            QSlider* slider = dialog ? dialog->valueSlider() : nullptr;
-            if (!slider) {
+            if (!dialog) {
                 w->close();
                 return;
             }
-            *seen = {dialog->windowTitle(), dialog->value(), slider->minimum(), slider->maximum()};
-            if (value) {
+            QSlider* slider = dialog->valueSlider();
+            *seen = QStringLiteral("%1 %2 %3..%4")
+                        .arg(dialog->windowTitle())
+                        .arg(dialog->value())
+                        .arg(slider->minimum())
+                        .arg(slider->maximum());
+            if (value)
                 slider->setValue(*value);
-                dialog->accept();
-            } else {
-                dialog->reject();
-            }
+            value ? dialog->accept() : dialog->reject();
         },
         attempts);
     return seen;
 }
 
-// Presses Cancel on the window's progress dialog as soon as it is on screen.
-// The timer only gets its turn once the dialog shows and processes events.
+// Presses Cancel on the window's progress dialog once it is on screen: the
+// timer only gets its turn when the dialog shows and processes events.
 inline void cancelProgressWhenShown(QWidget* window, int attempts = 1000)
 {
     QTimer::singleShot(0, window, [window, attempts]() {
@@ -72,27 +84,30 @@ inline void cancelProgressWhenShown(QWidget* window, int attempts = 1000)
     });
 }
 
-// The filter under test with its progress dialog watched: label, range,
-// modality and every value set are recorded. With showAtOnce the dialog appears at its
-// first step instead of after seconds, so that a timer can cancel it.
+// The filter with its progress dialog watched: "label button 0..maximum"
+// plus " modal" when it is window-modal over the filter's parent, and every
+// value set. With showAtOnce the dialog appears at the first step instead of
+// after seconds, so that a timer can cancel it.
 template <typename F> class WatchedFilter : public F
 {
 public:
     using F::F;
 
     bool showAtOnce = false;
-    mutable QString label;
-    mutable int maximum = -1;
-    mutable bool windowModal = false;
+    mutable QString progress;
     mutable QList<int> values;
 
 protected:
     std::unique_ptr<QProgressDialog> createProgress(const QString& text, int max) const override
     {
         std::unique_ptr<QProgressDialog> dialog = F::createProgress(text, max);
-        label = dialog->labelText();
-        windowModal = dialog->windowModality() == Qt::WindowModal;
-        maximum = dialog->maximum();
+        const bool modal =
+            dialog->windowModality() == Qt::WindowModal && dialog->parentWidget() == F::parent();
+        progress = QStringLiteral("%1 %2 %3..%4%5")
+                       .arg(dialog->labelText(), dialog->template findChild<QPushButton*>()->text())
+                       .arg(dialog->minimum())
+                       .arg(dialog->maximum())
+                       .arg(modal ? " modal" : "");
         values.clear();
         QObject::connect(dialog->template findChild<QProgressBar*>(), &QProgressBar::valueChanged,
                          [this](int value) { values.append(value); });

@@ -5,7 +5,6 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QBitmap>
-#include <QImage>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QStatusBar>
@@ -16,9 +15,16 @@
 #include "canvas/canvas.h"
 #include "tools/tool.h"
 
-// A shown main window holding a canvas on the given picture, with one tool
+inline QImage filled(int width, int height, QRgb color)
+{
+    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
+    image.fill(color);
+    return image;
+}
+
+// A shown main window with a canvas on the picture at a 1:1 view and the tool
 // picked through the tool bar. Gestures take image points and go through the
-// canvas's real mouse and key handlers at a 1:1 view.
+// canvas's own mouse and key handlers.
 class ToolHarness
 {
 public:
@@ -30,24 +36,38 @@ public:
         canvas = new Canvas(picture);
         window.setCanvas(canvas);
         canvas->resetView();
+        pick(label);
+    }
+
+    void pick(const QString& label)
+    {
         for (QAction* action : window.toolActions()->actions())
             if (action->text() == label)
                 action->trigger();
         tool = window.registeredTool(label);
     }
 
+    // Sent straight to the canvas: QTest::mouseMove goes by way of the cursor
+    // position, which the offscreen platform misplaces.
+    void mouse(QEvent::Type type, const QPoint& pos, Qt::MouseButton b = Qt::NoButton,
+               Qt::KeyboardModifiers mods = {})
+    {
+        if (type == QEvent::MouseButtonPress)
+            held |= b;
+        if (type == QEvent::MouseButtonRelease)
+            held &= ~b;
+        QMouseEvent event(type, pos, canvas->mapToGlobal(pos), b, held, mods);
+        QApplication::sendEvent(canvas, &event);
+    }
     QPoint at(int x, int y) const { return canvas->imageToWidget(x, y).toPoint(); }
-
     void press(int x, int y, Qt::KeyboardModifiers mods = {}, Qt::MouseButton b = Qt::LeftButton)
     {
-        held |= b;
-        send(QEvent::MouseButtonPress, at(x, y), b, mods);
+        mouse(QEvent::MouseButtonPress, at(x, y), b, mods);
     }
-    void move(int x, int y) { send(QEvent::MouseMove, at(x, y), Qt::NoButton, {}); }
+    void move(int x, int y) { mouse(QEvent::MouseMove, at(x, y)); }
     void release(int x, int y, Qt::MouseButton b = Qt::LeftButton)
     {
-        held &= ~b;
-        send(QEvent::MouseButtonRelease, at(x, y), b, {});
+        mouse(QEvent::MouseButtonRelease, at(x, y), b);
     }
     void drag(const QList<QPoint>& path, Qt::KeyboardModifiers mods = {})
     {
@@ -63,7 +83,6 @@ public:
     }
 
     QString status() const { return window.statusBar()->currentMessage(); }
-
     bool isSelected(int x, int y) const { return canvas->mask().toImage().pixelIndex(x, y) == 1; }
 
     // How many pixels of the mask disagree with the expected selection.
@@ -80,10 +99,19 @@ public:
     void selectRect(const QRect& rect)
     {
         canvas->mask().fill(Qt::color0);
-        QPainter painter(&canvas->mask());
-        painter.fillRect(rect, Qt::color1);
-        painter.end();
+        QPainter(&canvas->mask()).fillRect(rect, Qt::color1);
         canvas->updateMaskStuff();
+    }
+
+    // The tool's preview alone, over black, at scale screen pixels per image pixel.
+    QImage preview(int width, int height, qreal scale = 1) const
+    {
+        QImage screen = filled(width, height, 0xff000000);
+        QPainter painter(&screen);
+        painter.scale(scale, scale);
+        tool->paintEvent(&painter);
+        painter.end();
+        return screen;
     }
 
     MainWindow window;
@@ -91,20 +119,5 @@ public:
     Tool* tool = nullptr;
 
 private:
-    // Delivered straight to the canvas's handlers: QTest::mouseMove goes by
-    // way of the cursor position, which the offscreen platform misplaces.
-    void send(QEvent::Type type, const QPoint& pos, Qt::MouseButton b, Qt::KeyboardModifiers mods)
-    {
-        QMouseEvent event(type, pos, canvas->mapToGlobal(pos), b, held, mods);
-        QApplication::sendEvent(canvas, &event);
-    }
-
     Qt::MouseButtons held;
 };
-
-inline QImage filled(int width, int height, QRgb color)
-{
-    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
-    image.fill(color);
-    return image;
-}
