@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <QBuffer>
+#include <QColorSpace>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -37,30 +38,14 @@ QByteArray pngChunk(const QByteArray& type, const QByteArray& data)
     return be32(quint32(data.size())) + type + data + be32(crc32(type + data));
 }
 
-// An RGB PNG of zero-valued rows; compresses to almost nothing at any size.
+// An RGB PNG of black rows, as a plain zlib stream; compresses to almost
+// nothing at any size. Without pixels it holds only a header's worth.
 QByteArray blackRgbPng(quint32 width, quint32 height, bool withPixels)
 {
     const QByteArray header = be32(width) + be32(height) + QByteArray("\x08\x02\x00\x00\x00", 5);
-    QByteArray pixels;
-    if (withPixels) {
-        const QByteArray raw(qsizetype(height) * (1 + 3 * qsizetype(width)), '\0');
-        pixels = qCompress(raw, 1).mid(4); // drop Qt's length prefix: a plain zlib stream
-    } else {
-        pixels = qCompress(QByteArray(16, '\0')).mid(4);
-    }
+    const qsizetype rawSize = withPixels ? qsizetype(height) * (1 + 3 * qsizetype(width)) : 16;
     return QByteArray("\x89PNG\r\n\x1a\n", 8) + pngChunk("IHDR", header) +
-           pngChunk("IDAT", pixels) + pngChunk("IEND", {});
-}
-
-QByteArray smallPng()
-{
-    QImage image(3, 2, QImage::Format_ARGB32);
-    image.fill(QColor(10, 200, 30, 128));
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
+           pngChunk("IDAT", qCompress(QByteArray(rawSize, '\0'), 1).mid(4)) + pngChunk("IEND", {});
 }
 
 bool writeFile(const QString& path, const QByteArray& bytes)
@@ -75,13 +60,12 @@ QByteArray readFile(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// Pixels only: a file's gamma may come back as an equivalent but differently
-// described colour space, which QImage::operator== would count as a change.
-bool samePixels(const QImage& a, const QImage& b)
+// Pixels and format: a file's gamma may come back as an equivalent but
+// differently described colour space.
+void comparePixels(QImage actual, const QImage& expected, const QString& name)
 {
-    return a.size() == b.size() && a.format() == b.format() &&
-           QByteArrayView(a.constBits(), a.sizeInBytes()) ==
-               QByteArrayView(b.constBits(), b.sizeInBytes());
+    actual.setColorSpace(expected.colorSpace());
+    QVERIFY2(actual == expected, qPrintable(name));
 }
 
 } // namespace
@@ -93,11 +77,10 @@ class TestImageFile : public QObject
 private slots:
     void initTestCase() { QVERIFY(dir.isValid()); }
     void everyTestPngLoadsAndRoundTrips();
-    void otherFormatsLoadByContent();
+    void otherFormatsAndSizes();
     void refusesWhatIsNoImage();
     void refusesHostilePngsQuickly();
-    void opensPicturesBeyondTheDefaultLimit();
-    void saveFollowsSuffixAndFailsCleanly();
+    void failedSaveChangesNothing();
 
 private:
     QTemporaryDir dir;
@@ -109,85 +92,51 @@ void TestImageFile::everyTestPngLoadsAndRoundTrips()
     const QStringList names = source.entryList({"*.png"}, QDir::Files, QDir::Name);
     QVERIFY(names.size() > 100);
     for (const QString& name : names) {
-        const QString path = source.filePath(name);
-        const QImage loaded = load_image_file(path);
-        QVERIFY2(!loaded.isNull(), qPrintable(name));
-        QCOMPARE(loaded.format(), QImage::Format_ARGB32_Premultiplied);
-        QCOMPARE(loaded.size(), QImageReader(path).size());
-
-        const QString copy = dir.filePath("copy.png");
-        QVERIFY2(save_image_file(loaded, copy), qPrintable(name));
-        QVERIFY2(samePixels(load_image_file(copy), loaded), qPrintable(name));
+        const QImage loaded = load_image_file(source.filePath(name));
+        QVERIFY2(loaded.format() == QImage::Format_ARGB32_Premultiplied, qPrintable(name));
+        QCOMPARE(loaded.size(), QImageReader(source.filePath(name)).size());
+        QVERIFY2(save_image_file(loaded, dir.filePath("copy.png")), qPrintable(name));
+        comparePixels(load_image_file(dir.filePath("copy.png")), loaded, name);
     }
 }
 
-void TestImageFile::otherFormatsLoadByContent()
+void TestImageFile::otherFormatsAndSizes()
 {
     QImage picture(7, 5, QImage::Format_ARGB32_Premultiplied);
     for (int y = 0; y < picture.height(); ++y)
         for (int x = 0; x < picture.width(); ++x)
             picture.setPixel(x, y, qRgb(x * 30, y * 50, 90));
-
-    const QString tiff = dir.filePath("picture.tif");
-    QVERIFY(picture.save(tiff));
-    QVERIFY(samePixels(load_image_file(tiff), picture));
-
-    const QString webp = dir.filePath("picture.webp");
-    QVERIFY(picture.save(webp, nullptr, 100)); // quality 100 is lossless
-    const QImage fromWebp = load_image_file(webp);
-    QCOMPARE(fromWebp.size(), picture.size());
-    QCOMPARE(fromWebp.format(), QImage::Format_ARGB32_Premultiplied);
-
+    QVERIFY(picture.save(dir.filePath("picture.tif")));
+    comparePixels(load_image_file(dir.filePath("picture.tif")), picture, "TIFF");
+    QVERIFY(picture.save(dir.filePath("picture.webp"), nullptr, 100)); // lossless
+    comparePixels(load_image_file(dir.filePath("picture.webp")), picture, "WebP");
     // The content decides, not a misleading suffix.
-    const QString disguised = dir.filePath("really-a-png.jpg");
-    QVERIFY(picture.save(disguised, "PNG"));
-    QVERIFY(samePixels(load_image_file(disguised), picture));
+    QVERIFY(picture.save(dir.filePath("really-a-png.jpg"), "PNG"));
+    comparePixels(load_image_file(dir.filePath("really-a-png.jpg")), picture, "disguised");
 
-    const QString svg = dir.filePath("shape.svg");
-    QVERIFY(writeFile(svg, "<svg xmlns='http://www.w3.org/2000/svg' width='20' height='10'>"
-                           "<rect width='20' height='10' fill='#ff0000'/></svg>"));
-    const QImage fromSvg = load_image_file(svg);
-    QCOMPARE(fromSvg.size(), QSize(20, 10));
-    QCOMPARE(fromSvg.pixel(10, 5), qRgb(255, 0, 0));
+    // 36 megapixels need 144 MiB as 32-bit pixels: above Qt's default limit.
+    const QString big = dir.filePath("big.png");
+    QVERIFY(writeFile(big, blackRgbPng(6000, 6000, true)));
+    const QImage image = load_image_file(big);
+    QCOMPARE(image.size(), QSize(6000, 6000));
+    QCOMPARE(image.pixel(5999, 5999), qRgb(0, 0, 0));
+    QVERIFY(QFile::remove(big));
 }
 
 void TestImageFile::refusesWhatIsNoImage()
 {
-    const QString text = dir.filePath("notes.png");
-    QVERIFY(writeFile(text, "just some words, not a picture\n"));
-    QVERIFY(load_image_file(text).isNull());
-
-    const QString empty = dir.filePath("empty.png");
-    QVERIFY(writeFile(empty, {}));
-    QVERIFY(load_image_file(empty).isNull());
-
     const QByteArray whole = readFile(ZARN_TESTDATA_DIR "/png/basn2c08.png");
-    QVERIFY(whole.size() > 100);
-    const QString truncated = dir.filePath("truncated.png");
-    QVERIFY(writeFile(truncated, whole.left(whole.size() / 2)));
-    QVERIFY(load_image_file(truncated).isNull());
-
-    // Only the signature: no chunk at all.
-    const QString bare = dir.filePath("bare.png");
-    QVERIFY(writeFile(bare, whole.left(8)));
-    QVERIFY(load_image_file(bare).isNull());
-
+    QVERIFY(writeFile(dir.filePath("notes.png"), "just some words, not a picture\n"));
+    QVERIFY(writeFile(dir.filePath("empty.png"), {}));
+    QVERIFY(writeFile(dir.filePath("truncated.png"), whole.left(whole.size() / 2)));
+    QVERIFY(writeFile(dir.filePath("bare.png"), whole.left(8))); // the signature alone
     QVERIFY(QDir(dir.path()).mkdir("folder.png"));
-    QVERIFY(load_image_file(dir.filePath("folder.png")).isNull());
-    QVERIFY(load_image_file(dir.filePath("missing.png")).isNull());
-    QVERIFY(load_image_file(QString()).isNull());
-
     // Reading a pipe would block; it must be refused without opening it.
-    const QString pipe = dir.filePath("pipe.png");
-    QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
-    QVERIFY(load_image_file(pipe).isNull());
-
-    if (::geteuid() != 0) {
-        const QString locked = dir.filePath("locked.png");
-        QVERIFY(writeFile(locked, whole));
-        QVERIFY(QFile::setPermissions(locked, QFileDevice::WriteOwner));
-        QVERIFY(load_image_file(locked).isNull());
-    }
+    QCOMPARE(::mkfifo(QFile::encodeName(dir.filePath("pipe.png")).constData(), 0600), 0);
+    for (const char* name : {"notes.png", "empty.png", "truncated.png", "bare.png", "folder.png",
+                             "pipe.png", "missing.png"})
+        QVERIFY2(load_image_file(dir.filePath(name)).isNull(), name);
+    QVERIFY(load_image_file(QString()).isNull());
 }
 
 void TestImageFile::refusesHostilePngsQuickly()
@@ -197,15 +146,13 @@ void TestImageFile::refusesHostilePngsQuickly()
     QCOMPARE(QImageReader(huge).size(), QSize(100000, 100000));
 
     // A text chunk that claims a gigabyte in a file of a few dozen bytes.
-    const QByteArray valid = smallPng();
+    const QByteArray valid = blackRgbPng(3, 2, true);
     const int afterHeader = 8 + 25;
-    const QByteArray liar =
-        valid.left(afterHeader) + be32(0x40000000u) + "tEXt" + "Comment" + valid.mid(afterHeader);
     const QString lying = dir.filePath("lying.png");
-    QVERIFY(writeFile(lying, liar));
+    QVERIFY(writeFile(lying, valid.left(afterHeader) + be32(0x40000000u) + "tEXtComment" +
+                                 valid.mid(afterHeader)));
 
-    // Guard against the pathological path only: either file costs the
-    // decoder seconds and a gigabyte when it is not refused up front.
+    // Either file costs the decoder seconds and a gigabyte unless refused up front.
     QElapsedTimer clock;
     clock.start();
     QVERIFY(load_image_file(huge).isNull());
@@ -218,48 +165,23 @@ void TestImageFile::refusesHostilePngsQuickly()
     QCOMPARE(load_image_file(good).size(), QSize(3, 2));
 }
 
-void TestImageFile::opensPicturesBeyondTheDefaultLimit()
-{
-    // 36 megapixels need 144 MiB as 32-bit pixels: above Qt's default limit.
-    const QString big = dir.filePath("big.png");
-    QVERIFY(writeFile(big, blackRgbPng(6000, 6000, true)));
-    const QImage image = load_image_file(big);
-    QCOMPARE(image.size(), QSize(6000, 6000));
-    QCOMPARE(image.format(), QImage::Format_ARGB32_Premultiplied);
-    QCOMPARE(image.pixel(5999, 5999), qRgb(0, 0, 0));
-    QVERIFY(QFile::remove(big));
-}
-
-void TestImageFile::saveFollowsSuffixAndFailsCleanly()
+void TestImageFile::failedSaveChangesNothing()
 {
     QImage picture(5, 3, QImage::Format_ARGB32_Premultiplied);
     picture.fill(Qt::red);
-    const QString upper = dir.filePath("shout.PNG");
-    QVERIFY(save_image_file(picture, upper));
-    QCOMPARE(readFile(upper).left(4), QByteArray("\x89PNG"));
-    const QString bmp = dir.filePath("plain.bmp");
-    QVERIFY(save_image_file(picture, bmp));
-    QCOMPARE(readFile(bmp).left(2), QByteArray("BM"));
-    QVERIFY(samePixels(load_image_file(bmp), picture));
-
     const QByteArray original("precious bytes");
     const QString unknown = dir.filePath("keep.zzz");
-    QVERIFY(writeFile(unknown, original));
+    const QString existing = dir.filePath("keep.png");
+    QVERIFY(writeFile(unknown, original) && writeFile(existing, original));
     QVERIFY(!save_image_file(picture, unknown));
     QCOMPARE(readFile(unknown), original);
-
-    // The writer refuses a null image after the file was opened for writing;
-    // neither the target nor a temporary file may be left changed behind.
-    const QString existing = dir.filePath("keep.png");
-    QVERIFY(writeFile(existing, original));
+    // The writer refuses a null image only after opening its file; neither
+    // the target nor a temporary file may be left behind changed.
     QVERIFY(!save_image_file(QImage(), existing));
     QCOMPARE(readFile(existing), original);
     QCOMPARE(QDir(dir.path()).entryList({"keep.png*"}, QDir::Files | QDir::Hidden).size(), 1);
-
     QVERIFY(!save_image_file(picture, dir.filePath("no/such/dir/picture.png")));
     QVERIFY(!save_image_file(picture, existing + "/picture.png")); // parent is a file
-    QVERIFY(!save_image_file(picture, dir.filePath("no-suffix")));
-    QVERIFY(!QFile::exists(dir.filePath("no-suffix")));
 
     if (::geteuid() != 0) { // root writes into read-only directories anyway
         QVERIFY(QDir(dir.path()).mkdir("locked"));
