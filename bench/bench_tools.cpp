@@ -33,6 +33,20 @@ QImage noisy_halves()
     return image;
 }
 
+// Every pixel an independent random colour: at tolerance 300 about three in
+// five join, so the region is a sponge of short runs and single pixels.
+QImage colour_noise()
+{
+    QImage image(kPhotoSize, QImage::Format_ARGB32_Premultiplied);
+    QRandomGenerator random(5);
+    for (int y = 0; y < image.height(); ++y) {
+        auto* line = reinterpret_cast<QRgb*>(image.scanLine(y));
+        for (int x = 0; x < image.width(); ++x)
+            line[x] = 0xff000000u | (random.generate() & 0x00ffffffu);
+    }
+    return image;
+}
+
 QBitmap noisy_mask()
 {
     QImage bits(kPhotoSize, QImage::Format_MonoLSB);
@@ -110,6 +124,8 @@ const BenchRegistrar reg({
      [] { return wand_click("photo", photo, 765, kMiddle); }, 5},
     {"wand, noisy left half, tolerance 64", kPhotoSize,
      [] { return wand_click("halves", noisy_halves, 64, QPointF(1000, 2000)); }, 5},
+    {"wand, colour noise, tolerance 300", kPhotoSize,
+     [] { return wand_click("noise", colour_noise, 300, kMiddle); }, 3},
     {"brush stamp, size 15", kPhotoSize, [] { return brush_stamp(15, false); }, 9},
     {"brush stamp, size 256", kPhotoSize, [] { return brush_stamp(256, false); }, 9},
     {"brush stamp, size 15, noisy selection", kPhotoSize, [] { return brush_stamp(15, true); }, 9},

@@ -2,6 +2,8 @@
 #include <QRandomGenerator>
 #include <QSet>
 #include <QTest>
+#include <queue>
+#include <vector>
 
 #include "tools/magicwandtool.h"
 #include "tools/toolharness.h"
@@ -14,6 +16,56 @@ QImage picture(int width, int height, const QList<QRgb>& pixels)
     for (int i = 0; i < width * height; ++i)
         reinterpret_cast<QRgb*>(image.bits())[i] = pixels[i];
     return image;
+}
+
+// The fill as first written: one position at a time, tested when taken from
+// the queue, neighbours in the documented order.
+void reference_fill(unsigned int seed, int tolerance, unsigned char* queued,
+                    unsigned char* selected, const std::vector<unsigned int*>& rows,
+                    std::queue<QPoint>& queue, int width, int height)
+{
+    const int dx[8] = {-1, 1, 0, 0, -1, -1, 1, 1};
+    const int dy[8] = {0, 0, -1, 1, -1, 1, -1, 1};
+    while (!queue.empty()) {
+        const QPoint p = queue.front();
+        queue.pop();
+        if (pixel_diff(seed, rows[size_t(p.y())][p.x()]) > tolerance)
+            continue;
+        selected[p.y() * width + p.x()] = 1;
+        for (int i = 0; i < 8; ++i) {
+            const int x = p.x() + dx[i], y = p.y() + dy[i];
+            if (x >= 0 && y >= 0 && x < width && y < height && !queued[y * width + x]) {
+                queued[y * width + x] = 1;
+                queue.push(QPoint(x, y));
+            }
+        }
+    }
+}
+
+// Random pictures of four kinds: noise, a flat colour with holes, a black
+// and white checkerboard with a few stray colours (regions linked only at
+// corners), and near-flat grey.
+std::vector<unsigned int> random_picture(QRandomGenerator& random, int kind, int width, int height)
+{
+    std::vector<unsigned int> pixels(size_t(width) * size_t(height));
+    for (size_t i = 0; i < pixels.size(); ++i) {
+        const unsigned int r = random.generate();
+        const bool odd = (int(i) % width + int(i) / width) % 2;
+        switch (kind) {
+        case 0:
+            pixels[i] = r;
+            break;
+        case 1:
+            pixels[i] = r % 6 ? 0xff2080c0u : r;
+            break;
+        case 2:
+            pixels[i] = r % 8 ? (odd ? 0xff000000u : 0xffffffffu) : r;
+            break;
+        default:
+            pixels[i] = 0xff808080u + (r % 3) * 0x010101u;
+        }
+    }
+    return pixels;
 }
 
 } // namespace
@@ -126,27 +178,70 @@ private slots:
         QCOMPARE(h.maskMismatches([](int, int) { return true; }), 0);
     }
 
-    void indexedImageSetsClearsAndLeavesBitmapBits()
+    void fillGivesTheArraysOfThePixelByPixelQueue()
     {
-        // The wand's way of writing the mask relies on this painter behaviour;
-        // an odd width puts pixels in the last, partly used byte of each row.
-        QBitmap bits(37, 2);
-        bits.fill(Qt::color0);
-        QPainter(&bits).fillRect(QRect(0, 1, 37, 1), Qt::color1);
-        // Black writes every third pixel from 0, white every third from 1.
-        for (const auto& [ink, phase] : {std::pair(0xff000000u, 0), std::pair(0xffffffffu, 1)}) {
-            std::vector<unsigned char> pattern(74);
-            for (int i = 0; i < 74; ++i)
-                pattern[size_t(i)] = (i % 37) % 3 == phase;
-            QImage indexed(pattern.data(), 37, 2, 37, QImage::Format_Indexed8);
-            indexed.setColorTable({0x00ffffffu, ink});
-            QPainter(&bits).drawImage(0, 0, indexed);
+        QRandomGenerator random(2024);
+        for (int round = 0; round < 600; ++round) {
+            const int width = 1 + int(random.bounded(45u)), height = 1 + int(random.bounded(45u));
+            const size_t count = size_t(width) * size_t(height);
+            const int kind = int(random.bounded(4u));
+            std::vector<unsigned int> pixels = random_picture(random, kind, width, height);
+            std::vector<unsigned int*> rows;
+            for (int y = 0; y < height; ++y)
+                rows.push_back(pixels.data() + size_t(y) * size_t(width));
+            const int tolerance = int(random.bounded(kind == 0 ? 800u : 6u));
+            // Mostly one start; sometimes several, some on the border, some
+            // repeated, and some pixels marked beforehand as walls.
+            std::queue<QPoint> mine, theirs;
+            const int starts = round % 5 ? 1 : 1 + int(random.bounded(4u));
+            for (int i = 0; i < starts; ++i) {
+                QPoint p(int(random.bounded(unsigned(width))),
+                         int(random.bounded(unsigned(height))));
+                if (i == 1)
+                    p.setX(width - 1);
+                if (i == 3)
+                    p = mine.front();
+                mine.push(p);
+                theirs.push(p);
+            }
+            std::vector<unsigned char> queued(count), selected(count);
+            if (round % 7 == 0)
+                for (auto& mark : queued)
+                    mark = random.bounded(9u) == 0;
+            std::vector<unsigned char> expectQueued = queued, expectSelected = selected;
+            const unsigned int seed = pixels[size_t(mine.front().y() * width + mine.front().x())];
+            flood_fill(seed, tolerance, queued.data(), selected.data(), rows, mine, width, height);
+            reference_fill(seed, tolerance, expectQueued.data(), expectSelected.data(), rows,
+                           theirs, width, height);
+            QVERIFY2(queued == expectQueued && selected == expectSelected && mine.empty(),
+                     qPrintable(QString("round %1: %2x%3 kind %4 tolerance %5")
+                                    .arg(round)
+                                    .arg(width)
+                                    .arg(height)
+                                    .arg(kind)
+                                    .arg(tolerance)));
         }
-        const QImage result = bits.toImage();
-        for (int x = 0; x < 37; ++x) {
-            QCOMPARE(result.pixelIndex(x, 0), x % 3 == 0 ? 1 : 0);
-            QCOMPARE(result.pixelIndex(x, 1), x % 3 == 1 ? 0 : 1);
-        }
+    }
+
+    void clicksSetAndClearOnlyTheRegionsBits()
+    {
+        // A black zigzag over rows 0 and 1, linked at corners, in white; the
+        // odd width leaves the mask's last byte of each row partly used.
+        QImage image(37, 3, QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::white);
+        for (int x = 0; x < 37; ++x)
+            image.setPixel(x, x % 2, qRgb(0, 0, 0));
+        const auto zigzag = [](int x, int y) { return y == x % 2; };
+        ToolHarness h(image, "Magic Wand");
+        h.selectRect(QRect(0, 2, 37, 1));
+        h.press(0, 0, Qt::ShiftModifier);
+        QCOMPARE(h.maskMismatches([&](int x, int y) { return y == 2 || zigzag(x, y); }), 0);
+        h.press(36, 2, Qt::AltModifier);
+        QCOMPARE(h.maskMismatches(zigzag), 0);
+        h.press(1, 0, Qt::ShiftModifier);
+        QCOMPARE(h.maskMismatches([](int, int) { return true; }), 0);
+        h.press(36, 0, Qt::AltModifier);
+        QCOMPARE(h.maskMismatches([&](int x, int y) { return !zigzag(x, y); }), 0);
     }
 };
 
