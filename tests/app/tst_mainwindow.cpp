@@ -41,9 +41,19 @@ public:
         QFAIL(qPrintable("no menu entry " + menuTitle + " > " + label));
     }
 
-    QAction* toolAction(const QString& label) const
+    // Title, file name ("-" when none), the document's state and the tool actions'.
+    QString document() const
     {
-        return toolActions()->actions().value(kToolLabels.indexOf(label));
+        const char* state = !canvas ? "none" : canvas->isChanged() ? "changed" : "unchanged";
+        return QString("%1|%2|%3|tools %4")
+            .arg(windowTitle(), filename.isNull() ? "-" : filename, state)
+            .arg(toolActions()->isEnabled() ? "on" : "off");
+    }
+
+    QString checkedTool() const
+    {
+        QAction* checked = toolActions()->checkedAction();
+        return checked ? checked->text() : QString();
     }
 
     void showActive()
@@ -175,7 +185,6 @@ void TestMainWindow::startStateAndNoDocument()
                           "Filters: Last=Ctrl+F, -, Zarnert=Ctrl+I, Zarnelate=, Zarnify=, "
                           "Zarnelure=, Zarnonimate=",
                           "Help: About="}));
-    QCOMPARE(w.windowTitle(), QString());
 
     // Without a document every command but About does nothing, silently.
     const QStringList dialogs = dialogsDuring([&w] {
@@ -185,11 +194,12 @@ void TestMainWindow::startStateAndNoDocument()
                     entry->trigger();
     });
     QCOMPARE(dialogs, QStringList("About: What zarn?"));
-    QVERIFY(!w.previousFilter() && !w.currentCanvas());
+    QCOMPARE(w.document(), "|-|none|tools off");
+    QVERIFY(!w.previousFilter());
     // Tool letters are dropped while the tool actions are disabled.
     w.showActive();
     QTest::keyClick(&w, Qt::Key_B);
-    QVERIFY(!w.toolAction("Brush")->isChecked());
+    QCOMPARE(w.checkedTool(), QString());
 }
 
 void TestMainWindow::newAndClose()
@@ -199,9 +209,7 @@ void TestMainWindow::newAndClose()
     w.trigger("File", "New...");
     QPointer<Canvas> first = w.currentCanvas();
     QVERIFY(first && w.centralWidget() == first);
-    QCOMPARE(w.windowTitle(), QString("Untitled"));
-    QVERIFY(w.currentFilename().isEmpty() && !w.currentFilename().isNull());
-    QVERIFY(w.toolActions()->isEnabled());
+    QCOMPARE(w.document(), "Untitled||unchanged|tools on");
     QCOMPARE(first->image().size(), QSize(800, 600));
     QCOMPARE(first->image().pixel(799, 599), qRgb(255, 255, 255));
 
@@ -214,10 +222,7 @@ void TestMainWindow::newAndClose()
 
     QPointer<Canvas> second = w.currentCanvas();
     QTest::keyClick(&w, Qt::Key_W, Qt::ControlModifier); // File > Close by its shortcut
-    QCOMPARE(w.currentCanvas(), nullptr);
-    QCOMPARE(w.windowTitle(), QString(""));
-    QVERIFY(w.currentFilename().isNull());
-    QVERIFY(!w.toolActions()->isEnabled());
+    QCOMPARE(w.document(), "|-|none|tools off");
     settle();
     QVERIFY(second.isNull());
     QTest::keyClick(&w, Qt::Key_5); // dropped: nothing left to hand it to
@@ -237,7 +242,8 @@ void TestMainWindow::openImagesAndNonImages()
         const QString path = source.filePath(name);
         auto caption = answerFileDialog(path);
         w.trigger("File", "Open...");
-        QCOMPARE(*caption + " " + w.windowTitle(), "Open Image " + name);
+        QCOMPARE(*caption + " " + w.document(),
+                 "Open Image " + name + "|" + path + "|unchanged|tools on");
         const QImage& image = w.currentCanvas()->image();
         QCOMPARE(image.format(), QImage::Format_ARGB32_Premultiplied);
         QCOMPARE(image.size(), QImageReader(path).size());
@@ -266,7 +272,8 @@ void TestMainWindow::openImagesAndNonImages()
 void TestMainWindow::save()
 {
     Window w;
-    answerFileDialog(ZARN_TESTDATA_DIR "/png/basn2c08.png");
+    const QString opened = QDir::cleanPath(ZARN_TESTDATA_DIR "/png/basn2c08.png");
+    answerFileDialog(opened);
     w.trigger("File", "Open...");
     Canvas* canvas = w.currentCanvas();
     canvas->undoSnapshot(); // marks the document changed
@@ -277,8 +284,7 @@ void TestMainWindow::save()
         auto caption = answerFileDialog(name);
         w.trigger("File", "Save...");
         QCOMPARE(*caption, QString("Save Image"));
-        QCOMPARE(w.windowTitle(), QString("basn2c08.png"));
-        QVERIFY(canvas->isChanged());
+        QCOMPARE(w.document(), "basn2c08.png|" + opened + "|changed|tools on");
         QVERIFY(name.isNull() || !QFile::exists(name));
     }
 
@@ -288,9 +294,7 @@ void TestMainWindow::save()
     w.showActive();
     QTest::keyClick(&w, Qt::Key_S, Qt::ControlModifier);
     QCOMPARE(*caption, QString("Save Image"));
-    QCOMPARE(w.windowTitle(), QString("picture.png"));
-    QCOMPARE(w.currentFilename(), target);
-    QVERIFY(!canvas->isChanged());
+    QCOMPARE(w.document(), "picture.png|" + target + "|unchanged|tools on");
     QImage reloaded = load_image_file(target); // its gamma may come back as another colour space
     reloaded.setColorSpace(canvas->image().colorSpace());
     QCOMPARE(reloaded, canvas->image());
@@ -303,11 +307,9 @@ void TestMainWindow::toolShortcutsAndKeys()
     w.trigger("File", "New...");
     Canvas* canvas = w.currentCanvas();
     QCOMPARE(canvas->toolDepth(), 0);
-    const QList<Qt::Key> letters = {Qt::Key_V, Qt::Key_B, Qt::Key_T, Qt::Key_I,
-                                    Qt::Key_M, Qt::Key_L, Qt::Key_W};
-    for (int i = 0; i < letters.size(); ++i) {
-        QTest::keyClick(&w, letters[i]);
-        QVERIFY2(w.toolAction(kToolLabels[i])->isChecked(), qPrintable(kToolLabels[i]));
+    for (int i = 0; i < kToolLabels.size(); ++i) {
+        QTest::keyClick(&w, "vbtimlw"[i]);
+        QCOMPARE(w.checkedTool(), kToolLabels[i]);
         QVERIFY(canvas->tool() && canvas->tool() == w.registeredTool(kToolLabels[i]));
         QCOMPARE(canvas->toolDepth(), 1);
     }
@@ -335,7 +337,7 @@ void TestMainWindow::toolShortcutsAndKeys()
     // A new document starts without an active tool; the checked action stays.
     w.trigger("File", "New...");
     QCOMPARE(w.currentCanvas()->toolDepth(), 0);
-    QVERIFY(w.toolAction("Brush")->isChecked());
+    QCOMPARE(w.checkedTool(), QString("Brush"));
     QTest::keyClick(&w, Qt::Key_L);
     QCOMPARE(w.currentCanvas()->tool(), w.registeredTool("Lasso"));
 }

@@ -61,15 +61,6 @@ QImage filled(QSize size, QRgb colour)
     return image;
 }
 
-QImage pattern_image(int width, int height)
-{
-    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
-            image.setPixel(x, y, qRgb(x * 5, y * 7, 100));
-    return image;
-}
-
 // Set up as the main window does it: sized, initialised, view reset; shown
 // when the test needs real resize or mouse events.
 std::unique_ptr<ProbeCanvas> make_canvas(QSize widget, const QImage& image, bool shown = false)
@@ -87,14 +78,10 @@ std::unique_ptr<ProbeCanvas> make_canvas(QSize widget, const QImage& image, bool
     return canvas;
 }
 
-int set_pixels(const QBitmap& bitmap)
+// The same pixels, however the two happen to be cut into rectangles.
+bool same_area(const QRegion& a, const QRegion& b)
 {
-    const QImage image = bitmap.toImage();
-    int count = 0;
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x)
-            count += image.pixelColor(x, y) == QColor(Qt::color1) ? 1 : 0;
-    return count;
+    return (a ^ b).isEmpty();
 }
 
 void select_rect(Canvas& canvas, const QRect& rect)
@@ -255,7 +242,7 @@ void TestCanvas::maskOperations()
     QVERIFY(canvas->isMaskEmpty());
     canvas->invertMask();
     QVERIFY(!canvas->isMaskEmpty());
-    QCOMPARE(set_pixels(canvas->mask()), 801 * 7);
+    QCOMPARE(QRegion(canvas->mask()), QRegion(0, 0, 801, 7));
     QCOMPARE(canvas->maskRegion(), QRegion(0, 0, 801, 7));
     // Writing through mask() leaves no stale cached answer behind.
     canvas->mask().fill(Qt::color0);
@@ -265,7 +252,7 @@ void TestCanvas::maskOperations()
     select_rect(*canvas, QRect(3, 1, 790, 4));
     const QImage original = canvas->mask().toImage();
     canvas->invertMask();
-    QCOMPARE(set_pixels(canvas->mask()), 801 * 7 - 790 * 4);
+    QVERIFY(same_area(canvas->mask(), QRegion(0, 0, 801, 7) - QRegion(3, 1, 790, 4)));
     canvas->invertMask();
     QCOMPARE(canvas->mask().toImage(), original);
 }
@@ -427,9 +414,10 @@ void TestCanvas::mouseRouting()
 
 void TestCanvas::paintsImageGreyAndStripes()
 {
-    const QImage picture = pattern_image(40, 30);
+    const QImage picture = QImage(ZARN_TESTDATA_DIR "/png/basn2c08.png")
+                               .convertToFormat(QImage::Format_ARGB32_Premultiplied);
     auto canvas = make_canvas(QSize(100, 80), picture, true);
-    const QRect shown(30, 25, 40, 30);
+    const QRect shown(34, 24, 32, 32);
     // The first pixel that is not grey around the image, the image inside
     // and, with stripes, the pattern shifted by phase on its frame.
     auto mismatch = [&](int phase, bool stripes) {
@@ -437,7 +425,7 @@ void TestCanvas::paintsImageGreyAndStripes()
         for (int y = 0; y < shot.height(); ++y) {
             for (int x = 0; x < shot.width(); ++x) {
                 QRgb expected =
-                    shown.contains(x, y) ? picture.pixel(x - 30, y - 25) : QColor(Qt::gray).rgb();
+                    shown.contains(x, y) ? picture.pixel(x - 34, y - 24) : QColor(Qt::gray).rgb();
                 if (stripes && shown.contains(x, y) && !shown.adjusted(1, 1, -1, -1).contains(x, y))
                     expected = canvas->wormPattern.pixel((x - phase + 8) % 8, y % 8) | 0xFF000000;
                 if (shot.pixel(x, y) != expected)
@@ -466,12 +454,7 @@ void TestCanvas::outlineAtMagnification()
     canvas->zoom(4); // view (5, 5, 10, 10)
     select_rect(*canvas, QRect(7, 8, 1, 1));
     canvas->grab();
-    QCOMPARE(set_pixels(canvas->outlineBitmap()), 12);
-    const QImage outline = canvas->outlineBitmap().toImage();
-    QCOMPARE(outline.pixelColor(8, 12), QColor(Qt::color1));
-    QCOMPARE(outline.pixelColor(11, 15), QColor(Qt::color1));
-    QCOMPARE(outline.pixelColor(9, 13), QColor(Qt::color0));
-    QCOMPARE(outline.pixelColor(10, 14), QColor(Qt::color0));
+    QVERIFY(same_area(canvas->outlineBitmap(), QRegion(8, 12, 4, 4) - QRegion(9, 13, 2, 2)));
     canvas->translate(100, 0); // out of view: selected, yet no outline
     canvas->grab();
     QVERIFY(!canvas->isMaskEmpty());
@@ -480,7 +463,7 @@ void TestCanvas::outlineAtMagnification()
     // Scaled, panned, and after a change of the mask, the outline is that of
     // the mask as a painter draws it through the rounded view (the canvas
     // expands only the part of the mask the drawing reads).
-    auto big = make_canvas(QSize(97, 61), pattern_image(150, 90));
+    auto big = make_canvas(QSize(97, 61), filled(QSize(150, 90), 0xFFFFFFFF));
     for (int i = 0; i < 300; ++i)
         select_rect(*big, QRect((i * 37) % 150, (i * 53) % 90, 1 + i % 7, 1 + i % 5));
     const std::pair<double, QPointF> steps[] = {
