@@ -24,8 +24,9 @@ constexpr double kZoomInFactor = 1.5;
 constexpr double kZoomOutFactor = 2.0 / 3.0;
 constexpr double kArrowStepPixels = 16.0;
 constexpr QRgb kOpaqueWhite = 0xFFFFFFFF;
-// Far beyond any widget, yet safe to turn into an int.
-constexpr double kCoordinateLimit = 1 << 30;
+// Far beyond any widget, yet safe to turn into an int, also as the sum of a
+// position and a size (QRect adds them for its right and bottom edges).
+constexpr double kCoordinateLimit = 1 << 29;
 
 // Halves go up, toward positive infinity (qRound would take -0.5 to -1).
 int round_half_up(double value)

@@ -45,8 +45,8 @@ class Monkey;
 namespace {
 
 constexpr int kHistoryLimit = 20;
-// Beyond these magnifications the monkey zooms back, so that no step paints
-// astronomically many pixels; tst_extremes covers the range itself.
+// Beyond these magnifications the monkey's single zoom keys turn back, so that
+// steps stay cheap; rare bursts (see key()) go to the absurd on purpose.
 constexpr double kMaxMagnification = 64.0;
 constexpr double kMinMagnification = 1.0 / 64.0;
 // A dialog the monkey answered that is still up after this long is stuck.
@@ -400,6 +400,18 @@ void Monkey::key()
         {Qt::Key_Escape, "\x1b"},
         {Qt::Key_Return, "\r"},
     };
+    if (chance(1)) {
+        // Now and then a burst that zooms beyond a double's range (a view of
+        // width 0, infinity or NaN) until Control+0 or another document.
+        const int code = chance(50) ? Qt::Key_Equal : Qt::Key_Minus;
+        const int presses = 200 + pick(1800);
+        note(QString("%1 presses of Control+%2")
+                 .arg(presses)
+                 .arg(code == Qt::Key_Equal ? "=" : "-"));
+        for (int i = 0; i < presses; ++i)
+            sendKey(QEvent::KeyPress, code, QString(), Qt::ControlModifier, false);
+        return;
+    }
     const Key& k = keys[pick(int(std::size(keys)))];
     Qt::KeyboardModifiers mods = randomModifiers();
     const bool zoomKey = k.code == Qt::Key_Plus || k.code == Qt::Key_Equal ||

@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 #include "app/mainwindow.h"
 #include "app/sliderdialog.h"
@@ -422,15 +423,28 @@ void TestExtremes::everyMagnification()
 void TestExtremes::absurdZoom()
 {
     const QSize size(40, 30);
-    for (int code : {int(Qt::Key_Equal), int(Qt::Key_Minus)}) {
+    // 2000 presses leave the range of a double; 100 stay finite but far
+    // beyond an int.
+    for (const auto& [code, presses] :
+         {std::pair(int(Qt::Key_Equal), 2000), std::pair(int(Qt::Key_Minus), 2000),
+          std::pair(int(Qt::Key_Minus), 100)}) {
         install(picture(size.width(), size.height()));
         canvas->mask().fill(Qt::color1);
         canvas->updateMaskStuff();
-        for (int i = 0; i < 2000; ++i) {
+        for (int i = 0; i < presses; ++i) {
             QKeyEvent press(QEvent::KeyPress, code, Qt::ControlModifier);
             QApplication::sendEvent(window, &press);
         }
         canvas->repaint();
+        // Arrow steps scale with the view: after a huge zoom-out they push its
+        // corner as far right and down as its size reaches.
+        for (int i = 0; i < 3; ++i) {
+            for (int arrow : {int(Qt::Key_Right), int(Qt::Key_Down)}) {
+                QKeyEvent press(QEvent::KeyPress, arrow, Qt::NoModifier);
+                QApplication::sendEvent(window, &press);
+            }
+            canvas->repaint();
+        }
         for (const QString& label : kTools) {
             pickTool(label);
             gestures(size);
