@@ -2,7 +2,6 @@
 #include "tools/magicwandtool.h"
 
 #include <QBitmap>
-#include <QCursor>
 #include <QImage>
 #include <QPainter>
 #include <algorithm>
@@ -270,14 +269,10 @@ void MagicWandTool::keyPressEvent(int, const QString& text, Qt::KeyboardModifier
 
 void MagicWandTool::activeEvent(bool active)
 {
-    if (active) {
-        canvas->pushCursor(QCursor(Qt::CrossCursor));
-        mainWindow->setStatus(QStringLiteral(
+    show_selection_tool(
+        canvas, mainWindow, active,
+        QStringLiteral(
             "Press Shift or Alt to add and subtract selection, [ and ] to change tolerance"));
-    } else {
-        canvas->popCursor();
-        mainWindow->setStatus(QString());
-    }
 }
 
 void MagicWandTool::paintEvent(QPainter*) {}
