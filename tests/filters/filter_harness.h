@@ -58,11 +58,8 @@ inline std::shared_ptr<QString> answerSlider(std::optional<int> value, int attem
                 return;
             }
             QSlider* slider = dialog->valueSlider();
-            *seen = QStringLiteral("%1 %2 %3..%4")
-                        .arg(dialog->windowTitle())
-                        .arg(dialog->value())
-                        .arg(slider->minimum())
-                        .arg(slider->maximum());
+            *seen = QString::asprintf("%s %d %d..%d", qPrintable(dialog->windowTitle()),
+                                      dialog->value(), slider->minimum(), slider->maximum());
             if (value)
                 slider->setValue(*value);
             value ? dialog->accept() : dialog->reject();
@@ -103,11 +100,9 @@ protected:
         std::unique_ptr<QProgressDialog> dialog = F::createProgress(text, max);
         const bool modal =
             dialog->windowModality() == Qt::WindowModal && dialog->parentWidget() == F::parent();
-        progress = QStringLiteral("%1 %2 %3..%4%5")
-                       .arg(dialog->labelText(), dialog->template findChild<QPushButton*>()->text())
-                       .arg(dialog->minimum())
-                       .arg(dialog->maximum())
-                       .arg(modal ? " modal" : "");
+        progress = QString::asprintf("%s %s %d..%d%s", qPrintable(dialog->labelText()),
+                                     qPrintable(dialog->findChild<QPushButton*>()->text()),
+                                     dialog->minimum(), dialog->maximum(), modal ? " modal" : "");
         values.clear();
         QObject::connect(dialog->template findChild<QProgressBar*>(), &QProgressBar::valueChanged,
                          [this](int value) { values.append(value); });

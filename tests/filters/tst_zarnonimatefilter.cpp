@@ -26,14 +26,9 @@ class TestZarnonimateFilter : public QObject
 private slots:
     void offsetTables()
     {
-        QCOMPARE(calc_ofs(8, 2, 5), (OffsetTable{{0, false},
-                                                 {1, false},
-                                                 {0, true},
-                                                 {2, true},
-                                                 {5, true},
-                                                 {7, true},
-                                                 {6, false},
-                                                 {7, false}}));
+        const OffsetTable example = {{0, false}, {1, false}, {0, true},  {2, true},
+                                     {5, true},  {7, true},  {6, false}, {7, false}};
+        QCOMPARE(calc_ofs(8, 2, 5), example);
         // Halves round up: 1.5 becomes 2, 2.5 becomes 3.
         QCOMPARE(calc_ofs(4, 0, 2)[1], std::make_pair(2, true));
         QCOMPARE(calc_ofs(6, 0, 2)[1], std::make_pair(3, true));
