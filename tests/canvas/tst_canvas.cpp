@@ -125,8 +125,8 @@ void TestCanvas::oddDocuments()
         source.setDotsPerMeterY(7000);
         const QImage image = Canvas(source).image();
         QCOMPARE(image.format(), QImage::Format_ARGB32_Premultiplied);
-        QCOMPARE(image.dotsPerMeterX(), fresh.dotsPerMeterX());
-        QCOMPARE(image.dotsPerMeterY(), fresh.dotsPerMeterY());
+        QCOMPARE(QSize(image.dotsPerMeterX(), image.dotsPerMeterY()),
+                 QSize(fresh.dotsPerMeterX(), fresh.dotsPerMeterY()));
         QCOMPARE(image.pixel(5, 7), source.convertToFormat(image.format()).pixel(5, 7));
     }
 
@@ -151,14 +151,15 @@ void TestCanvas::undoHistory()
             .arg(canvas->isChanged())
             .arg(qBlue(canvas->image().pixel(0, 0)));
     };
+    auto after = [&](void (Canvas::*step)()) {
+        (canvas.get()->*step)();
+        return state();
+    };
     QVERIFY(canvas->isMaskEmpty());
     QCOMPARE(state(), "1/0 0 255");
-    canvas->undo(); // the initial entry: the pixels stay
-    QCOMPARE(state(), "0/1 0 255");
-    canvas->undo();
-    QCOMPARE(state(), "0/1 0 255");
-    canvas->redo();
-    QCOMPARE(state(), "1/0 0 255");
+    QCOMPARE(after(&Canvas::undo), "0/1 0 255"); // the initial entry: the pixels stay
+    QCOMPARE(after(&Canvas::undo), "0/1 0 255");
+    QCOMPARE(after(&Canvas::redo), "1/0 0 255");
 
     // 25 changes, each after its snapshot: the snapshots before changes 6 to
     // 25 stay, holding markers 5 to 24.
@@ -185,11 +186,9 @@ void TestCanvas::undoHistory()
     for (int i = 0; i < 20; ++i)
         canvas->undo();
     QCOMPARE(state(), "0/20 0 6");
-    canvas->redo();
-    QCOMPARE(state(), "1/19 0 7");
-    canvas->undoSnapshot();
-    canvas->redo();
-    QCOMPARE(state(), "2/0 1 7");
+    QCOMPARE(after(&Canvas::redo), "1/19 0 7");
+    QCOMPARE(after(&Canvas::undoSnapshot), "2/0 1 7");
+    QCOMPARE(after(&Canvas::redo), "2/0 1 7");
 }
 
 void TestCanvas::applyImageWithMask()
