@@ -22,18 +22,6 @@
 
 namespace {
 
-// Halves round upward on both sides of zero, so x = -0.4 still hits column 0
-// and -0.5 too; qRound would send -0.5 to -1. False when beyond any int.
-bool nearest_pixel(const QPointF& p, QPoint* pixel)
-{
-    const double x = std::floor(p.x() + 0.5);
-    const double y = std::floor(p.y() + 0.5);
-    if (!(std::fabs(x) < INT_MAX && std::fabs(y) < INT_MAX))
-        return false;
-    *pixel = QPoint(int(x), int(y));
-    return true;
-}
-
 int channel_diff(unsigned int a, unsigned int b, int shift)
 {
     return std::abs(int((a >> shift) & 0xffu) - int((b >> shift) & 0xffu));

@@ -1,7 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include "tools/tool.h"
 
+#include <climits>
+#include <cmath>
+
 #include "canvas/canvas.h"
+
+bool nearest_pixel(const QPointF& p, QPoint* pixel)
+{
+    const double x = std::floor(p.x() + 0.5);
+    const double y = std::floor(p.y() + 0.5);
+    if (!(std::fabs(x) < INT_MAX && std::fabs(y) < INT_MAX))
+        return false;
+    *pixel = QPoint(int(x), int(y));
+    return true;
+}
 
 Tool::~Tool() = default;
 

@@ -10,6 +10,11 @@ class MainWindow;
 class QPainter;
 class QString;
 
+// The image pixel under an image position: halves round upward on both sides
+// of zero, so x = -0.5 still hits column 0 (qRound would send it to -1).
+// False when the position lies beyond any int.
+bool nearest_pixel(const QPointF& p, QPoint* pixel);
+
 // An interactive tool. The canvas routes its mouse and key input to the tool
 // on top of its tool stack, in widget and image coordinates at once, and lets
 // it draw a preview over the image in every repaint.
