@@ -4,8 +4,6 @@
 #include <QColor>
 #include <QCursor>
 #include <QImage>
-#include <climits>
-#include <cmath>
 
 #include "app/mainwindow.h"
 #include "canvas/canvas.h"

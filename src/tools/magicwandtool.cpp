@@ -5,7 +5,6 @@
 #include <QImage>
 #include <QPainter>
 #include <algorithm>
-#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
