@@ -14,6 +14,7 @@
 #include "app/mainwindow.h"
 #include "bench.h"
 #include "canvas/canvas.h"
+#include "support/procmemory.h"
 
 namespace {
 
@@ -21,27 +22,6 @@ constexpr int kWidth = 6000;
 constexpr int kHeight = 4000;
 constexpr int kStrokes = 25;
 constexpr int kMovesPerStroke = 12;
-
-long status_kib(const char* field)
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    const QByteArray prefix = QByteArray(field) + ':';
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith(prefix))
-            return line.mid(prefix.size()).trimmed().split(' ').first().toLong();
-    }
-    return -1;
-}
-
-// Lowers the kernel's peak-RSS mark to the current RSS.
-void reset_peak()
-{
-    QFile refs(QStringLiteral("/proc/self/clear_refs"));
-    if (refs.open(QIODevice::WriteOnly))
-        refs.write("5");
-}
 
 void send_mouse(Canvas* canvas, QEvent::Type type, const QPoint& at)
 {
@@ -80,8 +60,8 @@ void measure()
     }
     QCoreApplication::processEvents();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    const long baseline = status_kib("VmRSS");
-    reset_peak();
+    const long baseline = procStatusKiB("VmRSS");
+    resetPeakRss();
 
     window->setCanvas(new Canvas(bench_photo(kWidth, kHeight)));
     QCoreApplication::processEvents();
@@ -92,14 +72,14 @@ void measure()
     strokes(canvas);
 
     const double pictureMiB = double(kWidth) * kHeight * 4 / (1024.0 * 1024.0);
-    const double peakMiB = (status_kib("VmHWM") - baseline) / 1024.0;
+    const double peakMiB = (procStatusKiB("VmHWM") - baseline) / 1024.0;
     const double limitMiB = 22 * pictureMiB * 1.1;
     const int snapshots = canvas->undoCount();
 
     QMetaObject::invokeMethod(window, "fileClose");
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QCoreApplication::processEvents();
-    const double heldMiB = (status_kib("VmRSS") - baseline) / 1024.0;
+    const double heldMiB = (procStatusKiB("VmRSS") - baseline) / 1024.0;
     // Anything near one picture still resident after Close is a leak.
     const double heldLimitMiB = pictureMiB / 2;
 

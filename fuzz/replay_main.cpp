@@ -23,6 +23,7 @@
 #include "app/imagefile.h"
 #include "fuzz_open.h"
 #include "mutate.h"
+#include "support/procmemory.h"
 
 namespace {
 
@@ -79,27 +80,6 @@ void install_handlers()
 {
     for (int sig : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGALRM})
         signal(sig, on_fatal_signal);
-}
-
-long status_kib(const char* field)
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    const QByteArray prefix = QByteArray(field) + ':';
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith(prefix))
-            return line.mid(prefix.size()).trimmed().split(' ').first().toLong();
-    }
-    return -1;
-}
-
-// Writing 5 resets the kernel's peak-RSS mark to the current RSS.
-void reset_peak()
-{
-    QFile refs(QStringLiteral("/proc/self/clear_refs"));
-    if (refs.open(QIODevice::WriteOnly))
-        refs.write("5");
 }
 
 Options parse(int argc, char** argv)
@@ -162,12 +142,12 @@ struct Runner
     {
         currentInput = &input;
         std::snprintf(currentName, sizeof currentName, "%s", qPrintable(name));
-        reset_peak();
-        const long before = status_kib("VmRSS");
+        resetPeakRss();
+        const long before = procStatusKiB("VmRSS");
         alarm(options.timeoutSeconds);
         fuzz_open_one(input.data(), input.size());
         alarm(0);
-        const long peakMiB = (status_kib("VmHWM") - before) / 1024;
+        const long peakMiB = (procStatusKiB("VmHWM") - before) / 1024;
         worstPeakMiB = std::max(worstPeakMiB, peakMiB);
         ++cases;
         if (peakMiB > options.rssLimitMiB) {
