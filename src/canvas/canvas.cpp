@@ -115,10 +115,11 @@ bool covers_opaquely(const QImage& source, const QImage& target)
         source.dotsPerMeterX() != target.dotsPerMeterX() ||
         source.dotsPerMeterY() != target.dotsPerMeterY())
         return false;
+    const int width = source.width();
     for (int y = 0; y < source.height(); ++y) {
         const auto* line = reinterpret_cast<const QRgb*>(source.constScanLine(y));
         QRgb all = 0xFF000000u;
-        for (int x = 0; x < source.width(); ++x)
+        for (int x = 0; x < width; ++x)
             all &= line[x];
         if ((all >> 24) != 0xFFu)
             return false;
