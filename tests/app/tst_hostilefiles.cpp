@@ -15,38 +15,16 @@
 #include "app/mainwindow.h"
 #include "canvas/canvas.h"
 #include "support/hostile.h"
+#include "support/pngbytes.h"
 
 namespace {
-
-QByteArray be32(quint32 value)
-{
-    QByteArray bytes(4, '\0');
-    qToBigEndian(value, bytes.data());
-    return bytes;
-}
-
-quint32 crc32(const QByteArray& bytes)
-{
-    quint32 crc = 0xffffffffu;
-    for (char c : bytes) {
-        crc ^= quint8(c);
-        for (int bit = 0; bit < 8; ++bit)
-            crc = (crc >> 1) ^ (0xedb88320u & (0u - (crc & 1u)));
-    }
-    return ~crc;
-}
-
-QByteArray chunk(const QByteArray& type, const QByteArray& data)
-{
-    return be32(quint32(data.size())) + type + data + be32(crc32(type + data));
-}
 
 // A valid PNG file apart from the size its header claims.
 QByteArray pngClaiming(quint32 width, quint32 height)
 {
     const QByteArray header = be32(width) + be32(height) + QByteArray("\x08\x06\x00\x00\x00", 5);
-    return QByteArray("\x89PNG\r\n\x1a\n", 8) + chunk("IHDR", header) +
-           chunk("IDAT", qCompress(QByteArray(64, '\0')).mid(4)) + chunk("IEND", {});
+    return kPngSignature + pngChunk("IHDR", header) +
+           pngChunk("IDAT", qCompress(QByteArray(64, '\0')).mid(4)) + pngChunk("IEND", {});
 }
 
 // A BMP header claiming width x height at 32 bits, with no pixels behind it.
@@ -202,7 +180,7 @@ void TestHostileFiles::fileWithoutReadPermission()
     // cannot be built here; the pipe and /proc/self/mem above stand in.
     if (::geteuid() == 0)
         QSKIP("running as root: mode bits do not stop reading");
-    const QString locked = make("locked.png", QByteArray("\x89PNG\r\n\x1a\n", 8));
+    const QString locked = make("locked.png", kPngSignature);
     QVERIFY(QFile::setPermissions(locked, QFileDevice::WriteOwner));
     QVERIFY(load_image_file(locked).isNull());
 }

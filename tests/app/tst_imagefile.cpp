@@ -12,31 +12,9 @@
 #include <unistd.h>
 
 #include "app/imagefile.h"
+#include "support/pngbytes.h"
 
 namespace {
-
-quint32 crc32(const QByteArray& bytes)
-{
-    quint32 crc = 0xffffffffu;
-    for (char c : bytes) {
-        crc ^= quint8(c);
-        for (int bit = 0; bit < 8; ++bit)
-            crc = (crc >> 1) ^ (0xedb88320u & (0u - (crc & 1u)));
-    }
-    return ~crc;
-}
-
-QByteArray be32(quint32 value)
-{
-    QByteArray bytes(4, '\0');
-    qToBigEndian(value, bytes.data());
-    return bytes;
-}
-
-QByteArray pngChunk(const QByteArray& type, const QByteArray& data)
-{
-    return be32(quint32(data.size())) + type + data + be32(crc32(type + data));
-}
 
 // An RGB PNG of black rows, as a plain zlib stream; compresses to almost
 // nothing at any size. Without pixels it holds only a header's worth.
@@ -44,7 +22,7 @@ QByteArray blackRgbPng(quint32 width, quint32 height, bool withPixels)
 {
     const QByteArray header = be32(width) + be32(height) + QByteArray("\x08\x02\x00\x00\x00", 5);
     const qsizetype rawSize = withPixels ? qsizetype(height) * (1 + 3 * qsizetype(width)) : 16;
-    return QByteArray("\x89PNG\r\n\x1a\n", 8) + pngChunk("IHDR", header) +
+    return kPngSignature + pngChunk("IHDR", header) +
            pngChunk("IDAT", qCompress(QByteArray(rawSize, '\0'), 1).mid(4)) + pngChunk("IEND", {});
 }
 
