@@ -536,7 +536,7 @@ void Canvas::paintEvent(QPaintEvent*)
 
 void Canvas::paintOutline(QPainter& painter)
 {
-    if (outlineRegion.isEmpty())
+    if (outlineBands.empty())
         return;
     painter.setViewTransformEnabled(false);
     QBrush stripes(wormPattern);
@@ -554,7 +554,6 @@ void Canvas::rebuildOutline(const QRect& window)
     if (isMaskEmpty() || area.isEmpty()) {
         outline = QBitmap(area);
         outline.fill(Qt::color0);
-        outlineRegion = QRegion();
         outlineBands.clear();
         return;
     }
@@ -566,8 +565,7 @@ void Canvas::rebuildOutline(const QRect& window)
         drawShownMask(painter, window);
     }
     outline = find_edges_in_bits(dark_pixels(shown));
-    outlineRegion = outline.isNull() ? QRegion() : QRegion(outline);
-    outlineBands = bands_of(outlineRegion);
+    outlineBands = outline.isNull() ? std::vector<QRegion>() : bands_of(QRegion(outline));
 }
 
 // QPainter draws a bitmap by itself only under a pure translation; under any

@@ -134,8 +134,7 @@ private:
     // The expanded mask that scaled drawing reads; see drawShownMask().
     QImage colorizedMaskCache;
 
-    // The clip region of the outline's set pixels, made with the outline.
-    QRegion outlineRegion;
+    // The outline's set pixels as clip regions a few rows high, made with it.
     std::vector<QRegion> outlineBands;
 
     int emptyCursorPops = 0;

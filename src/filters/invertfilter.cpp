@@ -19,17 +19,10 @@ void invert_row(const QRgb* source, QRgb* target, int width)
 // instead of a copy followed by an inversion in place.
 QImage inverted(const QImage& image)
 {
-    if (image.depth() != 32) {
-        QImage copy = image;
-        invert_pixels(copy);
-        return copy;
-    }
-    QImage result(image.size(), image.format());
-    for (int y = 0; y < image.height(); ++y) {
-        invert_row(reinterpret_cast<const QRgb*>(image.constScanLine(y)),
-                   reinterpret_cast<QRgb*>(result.scanLine(y)), image.width());
-    }
-    return result;
+    RowTables rows(image);
+    for (size_t y = 0; y < rows.from.size(); ++y)
+        invert_row(rows.from[y], rows.to[y], rows.source.width());
+    return rows.result;
 }
 
 } // namespace
