@@ -3,7 +3,6 @@
 #include <QBitmap>
 #include <QPainter>
 #include <cstdio>
-#include <memory>
 
 #include "bench.h"
 #include "canvas/canvas.h"
@@ -24,9 +23,11 @@ const QImage& photo()
 // more than anything measured here.
 Canvas& shared_canvas()
 {
-    static std::unique_ptr<Canvas> canvas;
+    // Never destroyed: a widget must not outlive the application object,
+    // and a static one would be destroyed after it.
+    static Canvas* canvas = nullptr;
     if (!canvas) {
-        canvas = std::make_unique<Canvas>(photo());
+        canvas = new Canvas(photo());
         canvas->resize(kWidgetSize);
         canvas->init();
         // Shown, so that rendering sends no resize events (which would mark
