@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/imagefile.h"
 
+#include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
@@ -74,6 +75,10 @@ QImage load_image_file(const QString& path)
     QImageReader::setAllocationLimit(kImageAllocationLimitMiB);
     QImageReader reader(path);
     reader.setDecideFormatFromContent(true);
+    // Phones store portraits sideways with a tag saying how to turn them.
+    reader.setAutoTransform(true);
+    // A quarter turn swaps the sides but keeps the area, so the stored size
+    // checks the upright picture too.
     if (!fits_allocation_limit(reader.size()))
         return {};
 
@@ -83,6 +88,9 @@ QImage load_image_file(const QString& path)
     // Converting here, while the decoded image has a single owner, lets a
     // same-depth conversion happen in place instead of doubling the memory.
     image.convertTo(QImage::Format_ARGB32_Premultiplied);
+    // Qt reads a name ending in "@2x" as a high-density picture, and every
+    // painter on the document would then scale by that ratio.
+    image.setDevicePixelRatio(1.0);
     return image;
 }
 
@@ -92,11 +100,21 @@ bool save_image_file(const QImage& image, const QString& path)
     if (format.isEmpty() || !QImageWriter::supportedImageFormats().contains(format))
         return false;
 
+    // Encoding first means a picture the writer refuses never touches the
+    // file, even when it has to be written in place.
+    QByteArray encoded;
+    QBuffer buffer(&encoded);
+    buffer.open(QIODevice::WriteOnly);
+    if (!QImageWriter(&buffer, format).write(image))
+        return false;
+
     QSaveFile file(path);
+    // A folder the user may not write to can still hold a file they may
+    // overwrite; there the safe detour through a temporary file is impossible.
+    file.setDirectWriteFallback(true);
     if (!file.open(QIODevice::WriteOnly))
         return false;
-    QImageWriter writer(&file, format);
-    if (!writer.write(image)) {
+    if (file.write(encoded) != encoded.size()) {
         file.cancelWriting();
         return false;
     }

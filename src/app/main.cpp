@@ -22,7 +22,9 @@ int main(int argc, char** argv)
     window->resize(800, 500);
 
     run_splash_loop(&splash);
-    splash.finish(window);
+    // Not finish(): on Qt 6 it waits up to a second for the window, which is
+    // not shown yet. The splash goes at once, then the window appears.
+    splash.close();
     window->show();
     return app.exec();
 }

@@ -8,6 +8,8 @@ class QSlider;
 // Modal dialog asking for one integer with a slider.
 class SliderDialog : public QDialog
 {
+    Q_OBJECT
+
 public:
     SliderDialog(const QString& title, const QString& label, int value, int min, int max,
                  QWidget* parent = nullptr, Qt::WindowFlags flags = {});

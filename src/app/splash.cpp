@@ -3,6 +3,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QEvent>
 #include <QSplashScreen>
 #include <QThread>
 
@@ -16,10 +17,27 @@ bool shows_message(int round)
     return round % 7 == 0 || round % 13 == 0;
 }
 
+// Qt 6's showMessage processes pending events, so a click on the splash would
+// hide it early and keys would reach the hidden main window. The pause is
+// meant to block, so input that arrives meanwhile is dropped rather than
+// acted on.
+class InputSwallower : public QObject
+{
+public:
+    InputSwallower() { QCoreApplication::instance()->installEventFilter(this); }
+    ~InputSwallower() override { QCoreApplication::instance()->removeEventFilter(this); }
+    InputSwallower(const InputSwallower&) = delete;
+    InputSwallower& operator=(const InputSwallower&) = delete;
+
+protected:
+    bool eventFilter(QObject* /*watched*/, QEvent* event) override { return event->isInputEvent(); }
+};
+
 } // namespace
 
 void run_splash_loop(QSplashScreen* splash, const std::function<void(const QString&)>& onMessage)
 {
+    const InputSwallower noInput;
     QString message;
     for (int round = 0; round < kSplashRounds; ++round) {
         QThread::msleep(kSplashRoundMs);
