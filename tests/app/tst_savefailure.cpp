@@ -190,6 +190,8 @@ void TestSaveFailure::unwritableDirectory()
     QVERIFY(QDir(dir.path()).mkdir("locked"));
     const QString target = locked + "/keep.png";
     QVERIFY(writeFile(target, precious));
+    // A writable file there is overwritten in place; only a locked one stays.
+    QVERIFY(QFile::setPermissions(target, QFileDevice::ReadOwner));
     QVERIFY(QFile::setPermissions(locked, QFileDevice::ReadOwner | QFileDevice::ExeOwner));
     QVERIFY(!saveAs(target));
     QFile::setPermissions(locked,
