@@ -18,9 +18,8 @@ bool shows_message(int round)
 }
 
 // Qt 6's showMessage processes pending events, so a click on the splash would
-// hide it early and keys would reach the hidden main window. The pause is
-// meant to block, so input that arrives meanwhile is dropped rather than
-// acted on.
+// hide it early. The pause is meant to block, so input that arrives meanwhile
+// is dropped rather than acted on.
 class InputSwallower : public QObject
 {
 public:
