@@ -24,5 +24,7 @@ int main(int argc, char** argv)
     run_splash_loop(&splash);
     splash.finish(window);
     window->show();
+    // Qt has already taken its own options (-platform, -style, ...) out.
+    window->openFirstOf(QCoreApplication::arguments().mid(1));
     return app.exec();
 }
