@@ -12,6 +12,32 @@ install(FILES ${PROJECT_SOURCE_DIR}/packaging/${ZARN_APP_ID}.metainfo.xml
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/zarn RENAME copyright)
 
+# Debian wants the changelog and the manual page compressed with gzip -9n: the
+# highest compression, and no file name or time stamp inside, so that the
+# package's content does not depend on when it was built. The executable
+# depends on them so that building just zarn still leaves everything to install.
+file(STRINGS ${PROJECT_SOURCE_DIR}/packaging/changelog ZARN_CHANGELOG_TOP LIMIT_COUNT 1)
+if(NOT ZARN_CHANGELOG_TOP MATCHES "^zarn \\(${PROJECT_VERSION}\\) ")
+    message(FATAL_ERROR "packaging/changelog has no entry for version ${PROJECT_VERSION} on top")
+endif()
+set(ZARN_DOCS_DIR ${PROJECT_BINARY_DIR}/packaging)
+configure_file(${PROJECT_SOURCE_DIR}/packaging/zarn.1 ${ZARN_DOCS_DIR}/source/zarn.1 @ONLY)
+configure_file(${PROJECT_SOURCE_DIR}/packaging/changelog ${ZARN_DOCS_DIR}/source/changelog COPYONLY)
+foreach(doc changelog zarn.1)
+    add_custom_command(OUTPUT ${ZARN_DOCS_DIR}/${doc}.gz
+        COMMAND ${CMAKE_COMMAND} -E copy ${ZARN_DOCS_DIR}/source/${doc} ${ZARN_DOCS_DIR}/${doc}
+        COMMAND gzip -9nf ${ZARN_DOCS_DIR}/${doc}
+        DEPENDS ${ZARN_DOCS_DIR}/source/${doc}
+        VERBATIM)
+endforeach()
+add_custom_target(zarn_docs ALL DEPENDS ${ZARN_DOCS_DIR}/changelog.gz ${ZARN_DOCS_DIR}/zarn.1.gz)
+add_dependencies(zarn zarn_docs)
+install(FILES ${ZARN_DOCS_DIR}/changelog.gz DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/zarn)
+install(FILES ${ZARN_DOCS_DIR}/zarn.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+# Resolve every symbol at start-up so the relocation tables can be read-only
+# (full RELRO), as Debian's hardening asks.
+target_link_options(zarn PRIVATE LINKER:-z,relro,-z,now)
+
 # Icons are looked up at install time rather than at configure time, so a
 # build tree configured before the artwork arrived still installs it; the
 # packaging check reports any size that is missing.

@@ -26,5 +26,7 @@ int main(int argc, char** argv)
     // not shown yet. The splash goes at once, then the window appears.
     splash.close();
     window->show();
+    // Qt has already taken its own options (-platform, -style, ...) out.
+    window->openFirstOf(QCoreApplication::arguments().mid(1));
     return app.exec();
 }

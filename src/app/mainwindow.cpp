@@ -4,6 +4,7 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QDockWidget>
+#include <QDropEvent>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QIcon>
@@ -17,6 +18,7 @@
 #include <functional>
 
 #include "app/colorwidget.h"
+#include "app/droppedfiles.h"
 #include "app/imagefile.h"
 #include "app/log.h"
 #include "canvas/canvas.h"
@@ -63,6 +65,7 @@ MainWindow::MainWindow(QWidget* parent, Qt::WindowFlags flags) : QMainWindow(par
     initToolBar();
     initMenu();
     initColorDock();
+    setAcceptDrops(true);
 }
 
 // The tools are shared by every canvas for the life of the process and are
@@ -236,13 +239,26 @@ void MainWindow::fileOpen()
 {
     const QString path =
         QFileDialog::getOpenFileName(this, "Open Image", QString(), QString(), nullptr, {});
-    if (path.isNull())
-        return;
+    if (!path.isNull())
+        openFile(path);
+}
+
+bool MainWindow::openFile(const QString& path)
+{
     const QImage image = load_image_file(path);
     if (image.isNull())
-        return;
+        return false;
     setFilename(path);
     setCanvas(new Canvas(image, nullptr, {}));
+    return true;
+}
+
+bool MainWindow::openFirstOf(const QStringList& paths)
+{
+    for (const QString& path : paths)
+        if (openFile(local_path_of(path)))
+            return true;
+    return false;
 }
 
 void MainWindow::fileQuit()
@@ -285,6 +301,21 @@ void MainWindow::keyReleaseEvent(QKeyEvent* e)
 {
     if (canvas)
         canvas->keyReleaseEvent(e);
+}
+
+// The canvas is replaced on every New and Open and accepts no drops itself,
+// so drops over it arrive here whatever document is shown.
+void MainWindow::dragEnterEvent(QDragEnterEvent* e)
+{
+    if (!accept_as_copy(e, dropped_image_files(e->mimeData())))
+        e->ignore();
+}
+
+void MainWindow::dropEvent(QDropEvent* e)
+{
+    const QStringList files = dropped_image_files(e->mimeData());
+    if (!accept_as_copy(e, files) || !openFirstOf(files))
+        e->ignore();
 }
 
 void MainWindow::initToolBar()

@@ -3,6 +3,7 @@
 
 #include <QMainWindow>
 #include <QString>
+#include <QStringList>
 #include <map>
 
 class Canvas;
@@ -31,6 +32,10 @@ public:
     void setFilename(const QString& name);
     bool save();
     void runFilter(Filter* filter);
+    // Opens the file as File > Open does after its dialog; false when unreadable.
+    bool openFile(const QString& path);
+    // Opens the first of the paths or file:// URLs that is readable.
+    bool openFirstOf(const QStringList& paths);
 
     // Read access for tests.
     Canvas* currentCanvas() const { return canvas; }
@@ -67,6 +72,8 @@ protected:
     void mouseMoveEvent(QMouseEvent* e) override;
     void keyPressEvent(QKeyEvent* e) override;
     void keyReleaseEvent(QKeyEvent* e) override;
+    void dragEnterEvent(QDragEnterEvent* e) override;
+    void dropEvent(QDropEvent* e) override;
 
     void initToolBar();
     void initMenu();
