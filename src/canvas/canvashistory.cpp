@@ -92,14 +92,16 @@ bool Canvas::reserveOwnCopy()
 }
 
 // A picture the coming snapshot drops anyway: a redo entry, or the oldest
-// snapshot of a full history.
+// snapshot of a history that is full or would outgrow its budget with the
+// reserved copy and the new entry.
 QImage Canvas::doomedPicture()
 {
     QImage doomed;
     if (!redoList.empty()) {
         doomed = std::move(redoList.front());
         redoList.pop_front();
-    } else if (int(undoList.size()) >= kHistoryLimit || historyBytes(1) > history_budget()) {
+    } else if (!undoList.empty() &&
+               (int(undoList.size()) >= kHistoryLimit || historyBytes(2) > history_budget())) {
         doomed = std::move(undoList.front());
         undoList.pop_front();
     }
@@ -179,7 +181,7 @@ void Canvas::prepareSpareSlice()
             setIdleTimer(-1);
             return;
         }
-        spare.adopt(QImage(documentImage.size(), documentImage.format()), documentImage);
+        spare.adopt(try_allocate_picture(documentImage.size()), documentImage);
         if (!spare.fits(documentImage)) {
             setIdleTimer(-1);
             return;

@@ -3,11 +3,16 @@
 
 #include <QColorSpace>
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <unistd.h>
 #include <vector>
 
 namespace {
+
+// What is left for everything else after a picture is allocated.
+constexpr size_t kHeadroomBytes = 32 << 20;
 
 std::vector<PictureReclaimer*>& reclaimers()
 {
@@ -52,10 +57,21 @@ bool release_picture_memory()
     return false;
 }
 
+QImage try_allocate_picture(const QSize& size)
+{
+    QImage picture(size, QImage::Format_ARGB32_Premultiplied);
+    // Reserved address space only: the probe touches no page.
+    void* headroom = picture.isNull() ? nullptr : std::malloc(kHeadroomBytes);
+    if (!headroom)
+        return QImage();
+    std::free(headroom);
+    return picture;
+}
+
 QImage allocate_picture(const QSize& size)
 {
     for (;;) {
-        QImage picture(size, QImage::Format_ARGB32_Premultiplied);
+        QImage picture = try_allocate_picture(size);
         if (!picture.isNull() || size.isEmpty() || !release_picture_memory())
             return picture;
     }

@@ -22,9 +22,14 @@ void remove_reclaimer(PictureReclaimer* reclaimer);
 // when none of them has one left.
 bool release_picture_memory();
 
-// A new picture in the document format with undefined pixels. When it does
-// not fit, pictures are reclaimed one at a time and it is tried again; null
-// when nothing is left to reclaim.
+// A new picture in the document format with undefined pixels, or null when
+// it does not fit with room to spare: the toolkit does not survive running
+// out of memory in its small allocations (a clip, a glyph), so a picture
+// that would leave too little for them counts as not fitting.
+QImage try_allocate_picture(const QSize& size);
+
+// The same; when the picture does not fit, pictures are reclaimed one at a
+// time and it is tried again; null when nothing is left to reclaim.
 QImage allocate_picture(const QSize& size);
 
 // A copy of picture, pixels and metadata, allocated as above; null when it
