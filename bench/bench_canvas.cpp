@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <QApplication>
 #include <QBitmap>
+#include <QEventLoop>
 #include <QPainter>
+#include <QTimer>
 #include <cstdio>
 
 #include "bench.h"
@@ -106,18 +108,34 @@ std::function<void()> edges_of_widget_sized_bitmap()
     return [] { find_edges(bitmap); };
 }
 
+void snapshot_and_stamp(Canvas& canvas)
+{
+    canvas.undoSnapshot();
+    QPainter painter(&canvas.image());
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Qt::darkGreen);
+    painter.drawEllipse(3000, 2000, 64, 64);
+}
+
 std::function<void()> snapshot_then_first_write()
 {
     Canvas& canvas = shared_canvas();
     canvas.clearMask();
     canvas.image().setPixel(0, 0, 0xFF000000u); // the document owns its pixels
-    return [&canvas] {
-        canvas.undoSnapshot();
-        QPainter painter(&canvas.image());
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(Qt::darkGreen);
-        painter.drawEllipse(3000, 2000, 64, 64);
-    };
+    return [&canvas] { snapshot_and_stamp(canvas); };
+}
+
+// A stroke that starts a second after the previous change, the program having
+// spent that second in its event loop, as it does between two strokes.
+std::function<void()> snapshot_after_idle_second()
+{
+    Canvas& canvas = shared_canvas();
+    canvas.clearMask();
+    snapshot_and_stamp(canvas);
+    QEventLoop idle;
+    QTimer::singleShot(1000, &idle, &QEventLoop::quit);
+    idle.exec();
+    return [&canvas] { snapshot_and_stamp(canvas); };
 }
 
 const BenchRegistrar reg({
@@ -131,6 +149,7 @@ const BenchRegistrar reg({
     {"isMaskEmpty, empty 6000x4000 mask", kPhotoSize, empty_mask_scan, 9},
     {"find_edges, noisy bitmap", kWidgetSize, edges_of_widget_sized_bitmap, 9},
     {"undoSnapshot + first brush write", kPhotoSize, snapshot_then_first_write, 5},
+    {"stroke 1 s after the last change", kPhotoSize, snapshot_after_idle_second, 5},
 });
 
 } // namespace

@@ -80,15 +80,21 @@ Tool* MainWindow::registeredTool(const QString& label) const
 
 void MainWindow::setCanvas(Canvas* newCanvas)
 {
-    canvas = newCanvas;
     if (!newCanvas) {
+        canvas = nullptr;
         setCentralWidget(new QWidget(nullptr, {}));
         toolGroup->setEnabled(false);
         setFilename(QString());
         return;
     }
     newCanvas->resize(centralWidget()->size());
-    newCanvas->init();
+    // A document that cannot be set up (no memory for its selection) is not
+    // installed: the current one stays.
+    if (!newCanvas->init()) {
+        delete newCanvas;
+        return;
+    }
+    canvas = newCanvas;
     setCentralWidget(newCanvas);
     // The view is fitted once the canvas has its final size in the layout.
     QTimer::singleShot(0, this, &MainWindow::newCanvasDone);
@@ -202,8 +208,7 @@ void MainWindow::editSelectAll()
 {
     if (!canvas)
         return;
-    canvas->mask().fill(Qt::color1);
-    canvas->updateMaskStuff();
+    canvas->selectAll();
 }
 
 void MainWindow::editClearSelection()
@@ -248,8 +253,12 @@ bool MainWindow::openFile(const QString& path)
     const QImage image = load_image_file(path);
     if (image.isNull())
         return false;
+    // A picture too big to set up as a document leaves the current one.
+    auto* opened = new Canvas(image, nullptr, {});
+    setCanvas(opened);
+    if (canvas != opened)
+        return false;
     setFilename(path);
-    setCanvas(new Canvas(image, nullptr, {}));
     return true;
 }
 

@@ -13,6 +13,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "canvas/compose.h"
 #include "canvas/edgedetect.h"
 #include "tools/tool.h"
 
@@ -108,25 +109,6 @@ std::vector<QRegion> bands_of(const QRegion& region)
     return bands;
 }
 
-// True when drawing source over target replaces every pixel of target.
-bool covers_opaquely(const QImage& source, const QImage& target)
-{
-    if (source.size() != target.size() || source.format() != target.format() ||
-        source.dotsPerMeterX() != target.dotsPerMeterX() ||
-        source.dotsPerMeterY() != target.dotsPerMeterY())
-        return false;
-    const int width = source.width();
-    for (int y = 0; y < source.height(); ++y) {
-        const auto* line = reinterpret_cast<const QRgb*>(source.constScanLine(y));
-        QRgb all = 0xFF000000u;
-        for (int x = 0; x < width; ++x)
-            all &= line[x];
-        if ((all >> 24) != 0xFFu)
-            return false;
-    }
-    return true;
-}
-
 bool any_byte_set(const uchar* bytes, int count)
 {
     int i = 0;
@@ -214,16 +196,21 @@ Canvas::Canvas(QWidget* parent, Qt::WindowFlags flags) : QWidget(parent, flags)
 {
     setAttribute(Qt::WA_MouseTracking);
     documentImage = blank_document();
+    add_reclaimer(this);
 }
 
 Canvas::Canvas(const QImage& image, QWidget* parent, Qt::WindowFlags flags) : QWidget(parent, flags)
 {
     setAttribute(Qt::WA_MouseTracking);
     documentImage = document_from(image);
+    add_reclaimer(this);
 }
 
 // The tools on the stack belong to the main window and are left as they are.
-Canvas::~Canvas() = default;
+Canvas::~Canvas()
+{
+    remove_reclaimer(this);
+}
 
 bool Canvas::init()
 {
@@ -231,13 +218,22 @@ bool Canvas::init()
     if (pattern.isNull())
         return false;
     wormPattern = pattern;
+    // Without a mask there is no document to work on: the caller keeps
+    // whatever it had.
+    QBitmap mask(documentImage.size());
+    while (mask.isNull() && release_picture_memory())
+        mask = QBitmap(documentImage.size());
+    if (mask.isNull())
+        return false;
     wormPhase = 0;
-    selectionMask = QBitmap(documentImage.size());
+    selectionMask = mask;
     selectionMask.fill(Qt::color0);
     maskChanged();
     outlineDirty = true;
     update();
-    undoSnapshot();
+    // The first entry shares the document's pixels: nothing is copied
+    // before the first change, whose snapshot makes the document's own copy.
+    keepSnapshot(documentImage);
     changed = false;
     // A second call must not start a second animation.
     if (!wormTimer) {
@@ -251,6 +247,13 @@ bool Canvas::init()
 
 QImage& Canvas::image()
 {
+    if (ownCopyPending)
+        takeOwnCopy();
+    return documentImage;
+}
+
+const QImage& Canvas::image() const
+{
     return documentImage;
 }
 
@@ -263,9 +266,16 @@ QBitmap& Canvas::mask()
 
 bool Canvas::isMaskEmpty() const
 {
-    if (maskEmptyState < 0)
-        maskEmptyState =
-            (selectionMask.isNull() || !any_bit_set(selected_bits(selectionMask))) ? 1 : 0;
+    if (maskEmptyState >= 0)
+        return maskEmptyState == 1;
+    if (selectionMask.isNull())
+        return true;
+    const QImage bits = selected_bits(selectionMask);
+    // Bits that could not be read say nothing; "not empty" keeps every
+    // writer inside a selection that may exist.
+    if (bits.isNull())
+        return false;
+    maskEmptyState = any_bit_set(bits) ? 0 : 1;
     return maskEmptyState == 1;
 }
 
@@ -298,11 +308,28 @@ void Canvas::invertMask()
     if (!selectionMask.isNull()) {
         QImage bits = selected_bits(selectionMask);
         bits.invertPixels();
-        selectionMask = QBitmap::fromImage(bits);
+        const QBitmap inverted = QBitmap::fromImage(bits);
+        // Out of memory the selection stays as it was.
+        if (inverted.isNull() || inverted.size() != selectionMask.size())
+            return;
+        selectionMask = inverted;
     }
     maskChanged();
     outlineDirty = true;
     update();
+}
+
+void Canvas::selectAll()
+{
+    // A shared mask would be filled into a new allocation that may fail.
+    if (!selectionMask.isDetached()) {
+        const QBitmap own(selectionMask.size());
+        if (own.isNull())
+            return;
+        selectionMask = own;
+    }
+    selectionMask.fill(Qt::color1);
+    updateMaskStuff();
 }
 
 void Canvas::updateMaskStuff()
@@ -322,78 +349,39 @@ void Canvas::setChanged(bool value)
     changed = value;
 }
 
-void Canvas::undoSnapshot()
-{
-    documentImage.detach();
-    while (int(undoList.size()) >= kHistoryLimit)
-        undoList.pop_front();
-    redoList.clear();
-    undoList.push_back(documentImage);
-    changed = true;
-}
-
-void Canvas::undo()
-{
-    if (undoList.empty())
-        return;
-    QImage previous = undoList.back();
-    undoList.pop_back();
-    redoList.push_back(documentImage);
-    documentImage = previous;
-    update();
-}
-
-void Canvas::redo()
-{
-    if (redoList.empty())
-        return;
-    QImage next = redoList.back();
-    redoList.pop_back();
-    undoList.push_back(documentImage);
-    documentImage = next;
-    update();
-}
-
 void Canvas::applyImageWithMask(const QImage& source)
 {
-    if (isMaskEmpty() && covers_opaquely(source, documentImage)) {
-        // Source over an opaque picture of the same size is that picture:
-        // sharing it spares a copy and a blend of the whole document.
-        documentImage = source;
-    } else if (isMaskEmpty()) {
-        QPainter painter(&documentImage);
-        painter.drawImage(0, 0, source);
-    } else {
-        blendInsideMask(source);
-    }
-    update();
+    QImage shared = source; // shared, so never taken over
+    applyImageWithMask(std::move(shared));
 }
 
-// The drawing means "source over the picture, clipped to the selection". Qt's
-// raster engine sizes the spans of a region clip as region height times
-// rectangle count in an int, which a noisy selection on a big photo overflows
-// (a crash). So the whole picture is blended aside, the same way a painter
-// would, and the selected pixels are taken from it: the same pixels, bounded
-// cost.
-void Canvas::blendInsideMask(const QImage& source)
+// Drawn "source over the picture, clipped to the selection" in bands (see
+// compose_over), into the one buffer that needs no copy: the handed-over
+// result itself, else the document when it owns its pixels, else the spare.
+// Out of memory the picture stays as it was.
+void Canvas::applyImageWithMask(QImage&& source)
 {
-    QImage blended = documentImage.copy();
-    {
-        QPainter painter(&blended);
-        painter.drawImage(0, 0, source);
+    const QImage selected = isMaskEmpty() ? QImage() : selected_bits(selectionMask);
+    if (!isMaskEmpty() && selected.isNull())
+        return;
+    const bool takeOver = source.isDetached() && source.size() == documentImage.size() &&
+                          source.format() == documentImage.format();
+    if (!takeOver && documentImage.isDetached() && !ownCopyPending) {
+        compose_over(documentImage, source, selected, documentImage);
+        update();
+        return;
     }
-    const QImage bits = selected_bits(selectionMask);
-    const int w = qMin(documentImage.width(), bits.width());
-    const int h = qMin(documentImage.height(), bits.height());
-    for (int y = 0; y < h; ++y) {
-        const uchar* selected = bits.constScanLine(y);
-        const auto* from = reinterpret_cast<const QRgb*>(blended.constScanLine(y));
-        auto* to = reinterpret_cast<QRgb*>(documentImage.scanLine(y));
-        for (int x = 0; x < w; ++x) {
-            if (selected[x >> 3] & (1u << (x & 7)))
-                to[x] = from[x];
-        }
-    }
+    QImage target = takeOver ? std::move(source) : QImage();
+    if (!takeOver && reserveOwnCopy())
+        target = spare.takeBuffer();
+    if (target.isNull() ||
+        !compose_over(documentImage, takeOver ? target : source, selected, target))
+        return;
+    copy_metadata(documentImage, target);
+    documentImage = std::move(target);
+    ownCopyPending = false;
+    watchForIdle();
+    update();
 }
 
 // ---------------------------------------------------------------------------
@@ -558,11 +546,19 @@ void Canvas::rebuildOutline(const QRect& window)
         return;
     }
     QImage shown(area, QImage::Format_ARGB32_Premultiplied);
-    shown.fill(kOpaqueWhite);
-    {
+    bool drawn = !shown.isNull();
+    if (drawn) {
+        shown.fill(kOpaqueWhite);
         QPainter painter(&shown);
         painter.setWindow(window);
-        drawShownMask(painter, window);
+        drawn = drawShownMask(painter, window);
+    }
+    if (!drawn) {
+        // Out of memory: no outline this time, another try at the next paint.
+        outline = QBitmap();
+        outlineBands.clear();
+        outlineDirty = true;
+        return;
     }
     outline = find_edges_in_bits(dark_pixels(shown));
     outlineBands = outline.isNull() ? std::vector<QRegion>() : bands_of(QRegion(outline));
@@ -574,17 +570,21 @@ void Canvas::rebuildOutline(const QRect& window)
 // drawing only reads the part of the picture that lies under the window, so
 // expanding that part (with a margin for rounding) into a buffer kept for
 // the next time gives the same pixels for a fraction of the cost.
-void Canvas::drawShownMask(QPainter& painter, const QRect& window)
+bool Canvas::drawShownMask(QPainter& painter, const QRect& window)
 {
     if (painter.combinedTransform().type() <= QTransform::TxTranslate) {
         painter.drawPixmap(QPointF(0, 0), selectionMask);
-        return;
+        return true;
     }
     if (colorizedMaskCache.size() != selectionMask.size())
         colorizedMaskCache = QImage(selectionMask.size(), QImage::Format_ARGB32_Premultiplied);
+    const QImage bits = selected_bits(selectionMask);
+    if (colorizedMaskCache.isNull() || bits.isNull())
+        return false;
     const QRect read = window.adjusted(-2, -2, 2, 2) & selectionMask.rect();
-    colorize_into(selected_bits(selectionMask), read, colorizedMaskCache);
+    colorize_into(bits, read, colorizedMaskCache);
     painter.drawImage(QPointF(0, 0), colorizedMaskCache);
+    return true;
 }
 
 void Canvas::wormTimeout()

@@ -13,6 +13,8 @@
 #include <stack>
 #include <vector>
 
+#include "canvas/picturememory.h"
+#include "canvas/preparedcopy.h"
 #include "tools/scrolltool.h"
 
 class QPainter;
@@ -21,7 +23,13 @@ class Tool;
 
 // The document (picture, selection mask, undo history) and its view in one
 // widget. Mouse and key input go to the tool on top of its tool stack.
-class Canvas : public QWidget
+//
+// Memory: the document owns its pixels once undoSnapshot() has succeeded, so
+// a writer never has to copy them (a copy that can fail half-way into the
+// picture). The copy is made ahead, while the program is idle, into a spare
+// buffer; when memory runs short the oldest snapshots go first, and an
+// operation that still does not fit is refused and changes nothing.
+class Canvas : public QWidget, private PictureReclaimer
 {
     Q_OBJECT
 
@@ -33,7 +41,11 @@ public:
     bool init();
 
     // Document
+    // The non-const form is for writing: it gives the document its own
+    // pixels first. Readers that may run right after a snapshot (filters)
+    // use the const form.
     QImage& image();
+    const QImage& image() const;
     QBitmap& mask();
     bool isMaskEmpty() const;
     void clearMask();
@@ -41,10 +53,18 @@ public:
     void updateMaskStuff();
     bool isChanged() const;
     void setChanged(bool value);
+    void selectAll();
     void undoSnapshot();
+    // False after undoSnapshot() was refused for want of memory (even the
+    // emptied history left no room for the copy it needs), until a snapshot
+    // succeeds: whoever took it then leaves the picture alone.
+    bool canDraw() const { return !snapshotRefused; }
     void undo();
     void redo();
     void applyImageWithMask(const QImage& image);
+    // The same, taking over an unshared image as the new document instead
+    // of copying it (filters hand over their results this way).
+    void applyImageWithMask(QImage&& image);
 
     // The clip region of the selection's set pixels, cached until the mask
     // is next handed out for writing or changed by the canvas itself.
@@ -94,6 +114,7 @@ public slots:
     void wormTimeout();
 
 protected:
+    void timerEvent(QTimerEvent* e) override;
     void paintEvent(QPaintEvent* e) override;
     void resizeEvent(QResizeEvent* e) override;
     void mousePressEvent(QMouseEvent* e) override;
@@ -121,9 +142,18 @@ private:
     void viewChanged();
     void rebuildOutline(const QRect& window);
     void maskChanged();
-    void blendInsideMask(const QImage& source);
+    bool releasePicture() override;
+    void keepSnapshot(const QImage& picture);
+    bool reserveOwnCopy();
+    QImage doomedPicture();
+    void takeOwnCopy();
+    QImage writableTarget(QImage& source);
+    qint64 historyBytes(int extraPictures) const;
+    void watchForIdle();
+    void setIdleTimer(int intervalMs);
+    void prepareSpareSlice();
     QRect roundedView() const;
-    void drawShownMask(QPainter& painter, const QRect& window);
+    bool drawShownMask(QPainter& painter, const QRect& window);
     void paintOutline(QPainter& painter);
     void showMousePosTo(Tool* target);
 
@@ -138,4 +168,15 @@ private:
     std::vector<QRegion> outlineBands;
 
     int emptyCursorPops = 0;
+
+    // The buffer for the document's next own copy; see undoSnapshot().
+    PreparedCopy spare;
+    // The document still shares its pixels with the newest snapshot; the
+    // spare is reserved for its own copy.
+    bool ownCopyPending = false;
+    bool snapshotRefused = false;
+    // Watches the document for a quiet moment, then fills the spare.
+    int idleTimerId = 0;
+    int idleTimerInterval = -1;
+    qint64 watchedKey = 0;
 };

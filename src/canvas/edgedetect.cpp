@@ -96,6 +96,8 @@ QBitmap edges_of_lsb(const QImage& lsb)
     const int height = lsb.height();
     BitRow above(width), current(width), below(width), marks(width);
     QImage out = blank_output(lsb.size());
+    if (out.isNull())
+        return QBitmap();
     bool found = false;
     current.load(lsb, 0);
     for (int y = 0; y < height; ++y) {

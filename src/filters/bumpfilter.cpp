@@ -5,6 +5,7 @@
 #include <QRgb>
 #include <QString>
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "app/log.h"
@@ -113,6 +114,8 @@ QImage bump_image(const QImage& source, const BumpTable& bump, int bumpWidth, in
         bump.size() < size_t(bumpWidth) * size_t(bumpHeight))
         return QImage();
     RowTables rows(source);
+    if (!rows.valid())
+        return QImage();
     const int width = rows.source.width();
     const int height = rows.source.height();
     const ScaledSlopes scaled = scale_slopes(bump, value * 0.025);
@@ -170,11 +173,13 @@ void BumpFilter::run(Canvas* canvas, bool repeat)
         !askSetting(QStringLiteral("Zarnelure"), QStringLiteral("Value"), -100, 100, value))
         return;
     canvas->undoSnapshot();
-    const QImage& source = canvas->image();
+    if (!canvas->canDraw())
+        return;
+    const QImage& source = std::as_const(*canvas).image();
     const auto progress = createProgress(QStringLiteral("Zarneluring..."), source.height() - 1);
-    const QImage result =
+    QImage result =
         bump_image(source, bump, bumpWidth, bumpHeight, value, pollProgress(progress.get()));
     if (result.isNull())
         return;
-    canvas->applyImageWithMask(result);
+    canvas->applyImageWithMask(std::move(result));
 }

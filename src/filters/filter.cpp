@@ -4,14 +4,26 @@
 #include <QProgressDialog>
 #include <QString>
 #include <QWidget>
+#include <new>
 
 #include "app/sliderdialog.h"
+#include "canvas/picturememory.h"
 
 RowTables::RowTables(const QImage& picture)
     : source(picture.convertToFormat(QImage::Format_ARGB32_Premultiplied)),
-      result(source.size(), QImage::Format_ARGB32_Premultiplied), from(size_t(source.height())),
-      to(size_t(source.height()))
+      result(allocate_picture(source.size()))
 {
+    if (result.isNull())
+        return;
+    try {
+        from.resize(size_t(source.height()));
+        to.resize(size_t(source.height()));
+    } catch (const std::bad_alloc&) {
+        result = QImage();
+        from.clear();
+        to.clear();
+        return;
+    }
     for (int y = 0; y < source.height(); ++y) {
         from[size_t(y)] = reinterpret_cast<const QRgb*>(source.constScanLine(y));
         to[size_t(y)] = reinterpret_cast<QRgb*>(result.scanLine(y));

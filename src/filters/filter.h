@@ -18,10 +18,12 @@ using FilterProgress = std::function<bool(int)>;
 
 // A 32-bit premultiplied view of a filter's source and a new result picture
 // of its size, with every row's start address fetched once, before the
-// pixel loops.
+// pixel loops. Out of memory (after the undo history made what room it
+// could) the tables are empty and the result is null.
 struct RowTables
 {
     explicit RowTables(const QImage& picture);
+    bool valid() const { return !result.isNull(); }
 
     QImage source;
     QImage result;

@@ -2,6 +2,7 @@
 #include "filters/invertfilter.h"
 
 #include <QRgb>
+#include <utility>
 
 #include "canvas/canvas.h"
 
@@ -20,6 +21,8 @@ void invert_row(const QRgb* source, QRgb* target, int width)
 QImage inverted(const QImage& image)
 {
     RowTables rows(image);
+    if (!rows.valid())
+        return QImage();
     for (size_t y = 0; y < rows.from.size(); ++y)
         invert_row(rows.from[y], rows.to[y], rows.source.width());
     return rows.result;
@@ -42,5 +45,9 @@ InvertFilter::InvertFilter(QWidget* parent) : Filter(parent) {}
 void InvertFilter::run(Canvas* canvas, bool /*repeat*/)
 {
     canvas->undoSnapshot();
-    canvas->applyImageWithMask(inverted(canvas->image()));
+    if (!canvas->canDraw())
+        return;
+    QImage result = inverted(std::as_const(*canvas).image());
+    if (!result.isNull())
+        canvas->applyImageWithMask(std::move(result));
 }

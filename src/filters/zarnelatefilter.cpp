@@ -9,9 +9,11 @@
 #include <climits>
 #include <cstdlib>
 #include <map>
+#include <utility>
 #include <vector>
 
 #include "canvas/canvas.h"
+#include "canvas/picturememory.h"
 #include "tools/brushtool.h"
 
 namespace {
@@ -90,7 +92,7 @@ QImage zarnelate_image(const QImage& source, const QBitmap& bitmap, int size,
                        const FilterProgress& progress)
 {
     const QImage pixels = source.convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    QImage result(pixels.size(), QImage::Format_ARGB32_Premultiplied);
+    QImage result = allocate_picture(pixels.size());
     if (result.isNull())
         return result;
     result.fill(0);
@@ -122,11 +124,13 @@ void ZarnelateFilter::run(Canvas* canvas, bool repeat)
     if (!repeat && !askSetting(QStringLiteral("Zarnelate"), QStringLiteral("Size"), 4, 100, size))
         return;
     canvas->undoSnapshot();
-    const QImage& source = canvas->image();
+    if (!canvas->canDraw())
+        return;
+    const QImage& source = std::as_const(*canvas).image();
     const int count = zarnelate_stamp_count(source.width(), source.height(), size);
     const auto progress = createProgress(QStringLiteral("Zarnelating..."), count);
-    const QImage result = zarnelate_image(source, bitmap, size, pollProgress(progress.get()));
+    QImage result = zarnelate_image(source, bitmap, size, pollProgress(progress.get()));
     if (result.isNull())
         return;
-    canvas->applyImageWithMask(result);
+    canvas->applyImageWithMask(std::move(result));
 }

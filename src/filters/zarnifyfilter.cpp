@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 #include <vector>
 
 #include "canvas/canvas.h"
+#include "canvas/picturememory.h"
 
 // The colour model below reproduces the classic QColor: channels held as
 // 16-bit values (an 8-bit channel c as c * 257), hue in hundredths of a
@@ -275,12 +277,16 @@ void ZarnifyFilter::run(Canvas* canvas, bool repeat)
     if (!repeat && !askSetting(QStringLiteral("Zarnify"), QStringLiteral("Value"), 1, 100, value))
         return;
     canvas->undoSnapshot();
-    const QImage& source = canvas->image();
+    if (!canvas->canDraw())
+        return;
+    const QImage& source = std::as_const(*canvas).image();
     // Written straight into a new image rather than into a copy of the
     // picture: the same pixels, one pass over memory fewer.
-    QImage result(source.size(), QImage::Format_ARGB32_Premultiplied);
+    QImage result = allocate_picture(source.size());
+    if (result.isNull())
+        return;
     const auto progress = createProgress(QStringLiteral("Zarnifying..."), source.height() - 1);
     if (!zarnify_rows(source, result, value, pollProgress(progress.get())))
         return;
-    canvas->applyImageWithMask(result);
+    canvas->applyImageWithMask(std::move(result));
 }

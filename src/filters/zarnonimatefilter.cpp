@@ -5,6 +5,7 @@
 #include <QRgb>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "canvas/canvas.h"
 
@@ -88,6 +89,8 @@ QImage zarnonimate_image(const QImage& source, const std::vector<OffsetTable>& r
     if (!tables_fit(rowTable, tileWidth, tileHeight))
         return QImage();
     RowTables rows(source);
+    if (!rows.valid())
+        return QImage();
     const int width = rows.source.width();
     const int height = rows.source.height();
     for (int y = 0; y < height; ++y) {
@@ -125,11 +128,13 @@ void ZarnonimateFilter::run(Canvas* canvas, bool /*repeat*/)
     if (rowTable.empty())
         return;
     canvas->undoSnapshot();
-    const QImage source = canvas->image();
+    if (!canvas->canDraw())
+        return;
+    const QImage& source = std::as_const(*canvas).image();
     const auto progress = createProgress(QStringLiteral("Zarnonimating..."), source.height() - 1);
-    const QImage result =
+    QImage result =
         zarnonimate_image(source, rowTable, tileWidth, tileHeight, pollProgress(progress.get()));
     if (result.isNull())
         return;
-    canvas->applyImageWithMask(result);
+    canvas->applyImageWithMask(std::move(result));
 }

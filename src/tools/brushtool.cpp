@@ -93,7 +93,8 @@ void BrushTool::mousePressEvent(const QPoint&, const QPointF& imagePos, Qt::Mous
     if (button != Qt::LeftButton)
         return;
     canvas->undoSnapshot();
-    draw(imagePos);
+    if (canvas->canDraw())
+        draw(imagePos);
 }
 
 void BrushTool::mouseReleaseEvent(const QPoint&, const QPointF&, Qt::MouseButton, Qt::MouseButtons,
@@ -104,7 +105,7 @@ void BrushTool::mouseReleaseEvent(const QPoint&, const QPointF&, Qt::MouseButton
 void BrushTool::mouseMoveEvent(const QPoint&, const QPointF& imagePos, Qt::MouseButtons buttons,
                                Qt::KeyboardModifiers)
 {
-    if (buttons & Qt::LeftButton)
+    if ((buttons & Qt::LeftButton) && canvas->canDraw())
         draw(imagePos);
 }
 

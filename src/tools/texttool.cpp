@@ -23,7 +23,8 @@ void TextTool::mousePressEvent(const QPoint&, const QPointF& imagePos, Qt::Mouse
     if (button != Qt::LeftButton)
         return;
     canvas->undoSnapshot();
-    draw(imagePos);
+    if (canvas->canDraw())
+        draw(imagePos);
 }
 
 void TextTool::keyPressEvent(int, const QString& text, Qt::KeyboardModifiers)
