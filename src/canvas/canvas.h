@@ -35,6 +35,8 @@ public:
     // Document
     QImage& image();
     QBitmap& mask();
+    // For reading only: unlike mask(), keeps the caches derived from it.
+    const QBitmap& mask() const { return selectionMask; }
     bool isMaskEmpty() const;
     void clearMask();
     void invertMask();
