@@ -61,16 +61,35 @@ bool stamp_corner(const QPointF& p, int size, QPoint* corner)
     return true;
 }
 
+// Gives every pixel of image whose bit is set in bits the value pixel.
+void fill_set_pixels(QImage& image, const QImage& bits, QRgb pixel)
+{
+    const int width = std::min(image.width(), bits.width());
+    const int height = std::min(image.height(), bits.height());
+    for (int y = 0; y < height; ++y) {
+        const uchar* line = bits.constScanLine(y);
+        auto* target = reinterpret_cast<QRgb*>(image.scanLine(y));
+        for (int x = 0; x < width; ++x)
+            if ((line[x >> 3] >> (x & 7)) & 1)
+                target[x] = pixel;
+    }
+}
+
 } // namespace
 
 QImage create_brush(const QBitmap& shape, const QColor& color, int size)
 {
     QImage image(shape.size(), QImage::Format_ARGB32_Premultiplied);
     image.fill(0);
-    QPainter painter(&image);
-    painter.setClipRegion(QRegion(shape), Qt::ReplaceClip);
-    painter.fillRect(QRect(0, 0, image.width(), image.height()), color);
-    painter.end();
+    if (color.alpha() == 255) {
+        // An opaque colour fills as its own value: set the silhouette's pixels
+        // straight away, sparing the painter, its clip region and its fill.
+        fill_set_pixels(image, selection_bits(shape), color.rgba());
+    } else {
+        QPainter painter(&image);
+        painter.setClipRegion(QRegion(shape), Qt::ReplaceClip);
+        painter.fillRect(QRect(0, 0, image.width(), image.height()), color);
+    }
     return image.scaled(2 * size, 2 * size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 
