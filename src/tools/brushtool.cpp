@@ -69,9 +69,15 @@ void fill_set_pixels(QImage& image, const QImage& bits, QRgb pixel)
     for (int y = 0; y < height; ++y) {
         const uchar* line = bits.constScanLine(y);
         auto* target = reinterpret_cast<QRgb*>(image.scanLine(y));
-        for (int x = 0; x < width; ++x)
+        for (int x = 0; x < width; ++x) {
+            // Whole bytes of ground are common: skip them at once.
+            if ((x & 7) == 0 && line[x >> 3] == 0 && x + 8 <= width) {
+                x += 7;
+                continue;
+            }
             if ((line[x >> 3] >> (x & 7)) & 1)
                 target[x] = pixel;
+        }
     }
 }
 
