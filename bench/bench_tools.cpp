@@ -114,7 +114,6 @@ std::function<void()> brush_stamp(int size, bool noisySelection)
     if (!noisySelection)
         canvas.mask().fill(Qt::color0);
     canvas.updateMaskStuff();
-    canvas.maskRegion();  // the canvas builds it once per selection change
     brush->draw(kMiddle); // the document owns its pixels before the timed stamp
     return [brush] { brush->mouseMoveEvent(QPoint(), kMiddle, Qt::LeftButton, {}); };
 }

@@ -47,6 +47,8 @@ public:
     QImage& image();
     const QImage& image() const;
     QBitmap& mask();
+    // For reading only: unlike mask(), keeps the caches derived from it.
+    const QBitmap& mask() const { return selectionMask; }
     bool isMaskEmpty() const;
     void clearMask();
     void invertMask();

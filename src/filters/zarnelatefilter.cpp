@@ -2,7 +2,6 @@
 #include "filters/zarnelatefilter.h"
 
 #include <QColor>
-#include <QPainter>
 #include <QProgressDialog>
 #include <QRgb>
 #include <algorithm>
@@ -43,11 +42,177 @@ QPoint clamp_pos(const QPoint& p, const QSize& s)
 }
 
 // Five bits per channel: most stamps then reuse a brush made earlier in the
-// run instead of clipping, filling and scaling the silhouette again.
-unsigned int colour_key(const QColor& colour)
+// run instead of clipping, filling and scaling the silhouette again. The
+// same bits of the pixel as of the opaque colour made from it.
+unsigned int colour_key(QRgb pixel)
 {
-    return colour.rgb() & 0xF8F8F8u;
+    return pixel & 0xF8F8F8u;
 }
+
+// Each channel times a / 255, rounded as the raster engine rounds.
+inline QRgb byte_mul(QRgb x, unsigned int a)
+{
+    QRgb redBlue = (x & 0xff00ffu) * a;
+    redBlue = ((redBlue + ((redBlue >> 8) & 0xff00ffu) + 0x800080u) >> 8) & 0xff00ffu;
+    QRgb alphaGreen = ((x >> 8) & 0xff00ffu) * a;
+    alphaGreen = (alphaGreen + ((alphaGreen >> 8) & 0xff00ffu) + 0x800080u) & 0xff00ff00u;
+    return alphaGreen | redBlue;
+}
+
+// Premultiplied source over, pixel for pixel what a painter at full opacity
+// composes when it draws an image.
+void blend_row(QRgb* target, const QRgb* source, int count)
+{
+    for (int i = 0; i < count; ++i) {
+        const QRgb s = source[i];
+        if (s >= 0xff000000u)
+            target[i] = s;
+        else if (s != 0)
+            target[i] = s + byte_mul(target[i], qAlpha(~s));
+    }
+}
+
+// A brush with, for each of its rows, the first and last pixel that is not
+// fully transparent: the silhouette's ground need not be visited.
+struct Brush
+{
+    explicit Brush(const QImage& made)
+        : image(made.convertToFormat(QImage::Format_ARGB32_Premultiplied))
+    {
+        for (int y = 0; y < image.height(); ++y) {
+            const auto* line = reinterpret_cast<const QRgb*>(image.constScanLine(y));
+            int first = 0;
+            int last = image.width() - 1;
+            while (first <= last && line[first] == 0)
+                ++first;
+            while (last >= first && line[last] == 0)
+                --last;
+            inkRows.emplace_back(first, last);
+        }
+    }
+
+    QImage image;
+    std::vector<std::pair<int, int>> inkRows;
+};
+
+// Draws brush with its top-left corner at corner, cut to clip.
+void stamp(QImage& target, const Brush& brush, const QPoint& corner, const QRect& clip)
+{
+    const QRect area = QRect(corner, brush.image.size()) & clip;
+    uchar* bits = target.bits();
+    const qsizetype stride = target.bytesPerLine();
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        const std::pair<int, int> ink = brush.inkRows[size_t(y - corner.y())];
+        const int from = std::max(area.left(), corner.x() + ink.first);
+        const int to = std::min(area.right(), corner.x() + ink.second);
+        if (from > to)
+            continue;
+        const auto* source =
+            reinterpret_cast<const QRgb*>(brush.image.constScanLine(y - corner.y()));
+        blend_row(reinterpret_cast<QRgb*>(bits + y * stride) + from, source + (from - corner.x()),
+                  to - from + 1);
+    }
+}
+
+struct Stamp
+{
+    QPoint corner;
+    const Brush* brush;
+};
+
+// Square tiles of 2^kTileShift pixels: a tile of the result stays in the
+// cache while all its stamps are drawn.
+constexpr int kTileShift = 8;
+
+// The tiles a stamp reaches, as a rectangle of tile columns and rows.
+QRect tiles_of(const Stamp& s, const QRect& picture)
+{
+    const QRect area = QRect(s.corner, s.brush->image.size()) & picture;
+    if (area.isEmpty())
+        return QRect();
+    return QRect(QPoint(area.left() >> kTileShift, area.top() >> kTileShift),
+                 QPoint(area.right() >> kTileShift, area.bottom() >> kTileShift));
+}
+
+// Draws the stamps tile by tile, each tile's stamps in their given order. A
+// pixel's colour depends only on the order of the stamps that cover it,
+// which every tile keeps, so the pixels are those of drawing the stamps one
+// after another; but the stamps' random positions no longer send every one
+// of them to memory that has left the cache.
+void draw_tiled(QImage& target, const std::vector<Stamp>& stamps)
+{
+    const QRect picture = target.rect();
+    const int columns = ((target.width() - 1) >> kTileShift) + 1;
+    const int rows = ((target.height() - 1) >> kTileShift) + 1;
+    std::vector<int> firstOfTile(size_t(columns) * size_t(rows) + 1, 0);
+    for (const Stamp& s : stamps) {
+        const QRect tiles = tiles_of(s, picture);
+        for (int ty = tiles.top(); ty <= tiles.bottom(); ++ty)
+            for (int tx = tiles.left(); tx <= tiles.right(); ++tx)
+                ++firstOfTile[size_t(ty * columns + tx) + 1];
+    }
+    for (size_t t = 1; t < firstOfTile.size(); ++t)
+        firstOfTile[t] += firstOfTile[t - 1];
+    std::vector<int> next(firstOfTile.begin(), firstOfTile.end() - 1);
+    std::vector<int> order(size_t(firstOfTile.back()));
+    for (size_t i = 0; i < stamps.size(); ++i) {
+        const QRect tiles = tiles_of(stamps[i], picture);
+        for (int ty = tiles.top(); ty <= tiles.bottom(); ++ty)
+            for (int tx = tiles.left(); tx <= tiles.right(); ++tx)
+                order[size_t(next[size_t(ty * columns + tx)]++)] = int(i);
+    }
+    for (int t = 0; t < columns * rows; ++t) {
+        const QRect tile((t % columns) << kTileShift, (t / columns) << kTileShift, 1 << kTileShift,
+                         1 << kTileShift);
+        for (int k = firstOfTile[size_t(t)]; k < firstOfTile[size_t(t) + 1]; ++k) {
+            const Stamp& s = stamps[size_t(order[size_t(k)])];
+            stamp(target, *s.brush, s.corner, tile & picture);
+        }
+    }
+}
+
+// Brushes of opaque colours, made from brushes of greys. Smooth scaling
+// treats each channel by itself, with the same weights for all four; an
+// opaque colour's brush holds, before scaling, the colour's channel (and
+// alpha 255) where the silhouette is set and 0 elsewhere. So each channel of
+// the scaled brush is that of the scaled brush of the grey with the same
+// value: at most 256 scalings per run instead of one per colour key.
+class GreyBrushes
+{
+public:
+    GreyBrushes(const QBitmap& shape, int size) : shape(shape), size(size) {}
+
+    QImage brush(QRgb colour)
+    {
+        const QImage& red = grey(qRed(colour));
+        const QImage& green = grey(qGreen(colour));
+        const QImage& blue = grey(qBlue(colour));
+        QImage made(red.size(), QImage::Format_ARGB32_Premultiplied);
+        for (int y = 0; y < made.height(); ++y) {
+            const auto* r = reinterpret_cast<const QRgb*>(red.constScanLine(y));
+            const auto* g = reinterpret_cast<const QRgb*>(green.constScanLine(y));
+            const auto* b = reinterpret_cast<const QRgb*>(blue.constScanLine(y));
+            auto* line = reinterpret_cast<QRgb*>(made.scanLine(y));
+            for (int x = 0; x < made.width(); ++x)
+                line[x] = (r[x] & 0xffff0000u) | (g[x] & 0xff00u) | (b[x] & 0xffu);
+        }
+        return made;
+    }
+
+private:
+    const QImage& grey(int value)
+    {
+        QImage& made = greys[size_t(value)];
+        if (made.isNull())
+            made = create_brush(shape, QColor(value, value, value), size)
+                       .convertToFormat(QImage::Format_ARGB32_Premultiplied);
+        return made;
+    }
+
+    const QBitmap& shape;
+    const int size;
+    std::vector<QImage> greys = std::vector<QImage>(256);
+};
 
 // The brush cache of one run. The map owns the brushes; the flat index over
 // all 32768 keys spares the hundreds of thousands of stamps a tree walk
@@ -55,14 +220,14 @@ unsigned int colour_key(const QColor& colour)
 class BrushCache
 {
 public:
-    BrushCache(const QBitmap& shape, int size) : shape(shape), size(size) {}
+    BrushCache(const QBitmap& shape, int size) : greys(shape, size) {}
 
-    const QImage& brush(const QColor& colour)
+    const Brush& brush(QRgb pixel)
     {
-        const unsigned int key = colour_key(colour);
-        const QImage*& slot = index[slot_of(key)];
+        const unsigned int key = colour_key(pixel);
+        const Brush*& slot = index[slot_of(key)];
         if (!slot)
-            slot = &brushes.emplace(key, create_brush(shape, colour, size)).first->second;
+            slot = &brushes.emplace(key, Brush(greys.brush(pixel))).first->second;
         return *slot;
     }
 
@@ -72,10 +237,9 @@ private:
         return (key >> 9 & 0x7C00u) | (key >> 6 & 0x3E0u) | (key >> 3 & 0x1Fu);
     }
 
-    const QBitmap& shape;
-    const int size;
-    std::map<unsigned int, QImage> brushes;
-    std::vector<const QImage*> index = std::vector<const QImage*>(32768, nullptr);
+    GreyBrushes greys;
+    std::map<unsigned int, Brush> brushes;
+    std::vector<const Brush*> index = std::vector<const Brush*>(32768, nullptr);
 };
 
 } // namespace
@@ -96,19 +260,28 @@ QImage zarnelate_image(const QImage& source, const QBitmap& bitmap, int size,
     if (result.isNull())
         return result;
     result.fill(0);
-    QPainter painter(&result);
     BrushCache brushes(bitmap, size);
     const int count = zarnelate_stamp_count(pixels.width(), pixels.height(), size);
+    // Stamps are gathered in batches and drawn a batch at a time; brushes
+    // are still made in the order of the stamps, so each key keeps the
+    // colour that first produced it.
+    constexpr size_t kBatch = 1 << 16;
+    std::vector<Stamp> batch;
+    batch.reserve(std::min(kBatch, size_t(count)));
     for (int i = 0; i < count; ++i) {
         const QPoint p = rand_point(size, result.size());
         const QPoint q = clamp_pos(p, result.size());
         // The stored premultiplied channels, made opaque: QColor drops alpha.
-        const QColor colour(reinterpret_cast<const QRgb*>(pixels.constScanLine(q.y()))[q.x()]);
-        painter.drawImage(QPoint(p.x() - size, p.y() - size), brushes.brush(colour));
+        const QRgb pixel = reinterpret_cast<const QRgb*>(pixels.constScanLine(q.y()))[q.x()];
+        batch.push_back({QPoint(p.x() - size, p.y() - size), &brushes.brush(pixel)});
+        if (batch.size() == kBatch) {
+            draw_tiled(result, batch);
+            batch.clear();
+        }
         if (i % 100 == 0 && progress && !progress(i))
             return QImage();
     }
-    painter.end();
+    draw_tiled(result, batch);
     return result;
 }
 

@@ -7,7 +7,7 @@
 #include <QRegion>
 #include <algorithm>
 #include <cmath>
-#include <vector>
+#include <utility>
 
 #include "app/log.h"
 #include "app/mainwindow.h"
@@ -46,39 +46,89 @@ int step_up(int size)
     return 50;
 }
 
+// The stamp's top-left pixel: halves round up, also left of and above the
+// picture, where the raster engine would round a fractional position away
+// from zero. False when the pointer maps to no point or to one so far off
+// that the stamp's rectangle would overflow an int.
+bool stamp_corner(const QPointF& p, int size, QPoint* corner)
+{
+    constexpr double farOff = 1e9;
+    const double x = std::floor(p.x() - size + 0.5);
+    const double y = std::floor(p.y() - size + 0.5);
+    if (!(std::fabs(x) < farOff && std::fabs(y) < farOff))
+        return false;
+    *corner = QPoint(int(x), int(y));
+    return true;
+}
+
+// Gives every pixel of image whose bit is set in bits the value pixel.
+void fill_set_pixels(QImage& image, const QImage& bits, QRgb pixel)
+{
+    const int width = std::min(image.width(), bits.width());
+    const int height = std::min(image.height(), bits.height());
+    for (int y = 0; y < height; ++y) {
+        const uchar* line = bits.constScanLine(y);
+        auto* target = reinterpret_cast<QRgb*>(image.scanLine(y));
+        for (int x = 0; x < width; ++x) {
+            // Whole bytes of ground are common: skip them at once.
+            if ((x & 7) == 0 && line[x >> 3] == 0 && x + 8 <= width) {
+                x += 7;
+                continue;
+            }
+            if ((line[x >> 3] >> (x & 7)) & 1)
+                target[x] = pixel;
+        }
+    }
+}
+
 } // namespace
 
 QImage create_brush(const QBitmap& shape, const QColor& color, int size)
 {
     QImage image(shape.size(), QImage::Format_ARGB32_Premultiplied);
     image.fill(0);
-    QPainter painter(&image);
-    painter.setClipRegion(QRegion(shape), Qt::ReplaceClip);
-    painter.fillRect(QRect(0, 0, image.width(), image.height()), color);
-    painter.end();
+    if (color.alpha() == 255) {
+        // An opaque colour fills as its own value: set the silhouette's pixels
+        // straight away, sparing the painter, its clip region and its fill.
+        fill_set_pixels(image, selection_bits(shape), color.rgba());
+    } else {
+        QPainter painter(&image);
+        painter.setClipRegion(QRegion(shape), Qt::ReplaceClip);
+        painter.fillRect(QRect(0, 0, image.width(), image.height()), color);
+    }
     return image.scaled(2 * size, 2 * size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 
-QRegion region_within(const QRegion& region, const QRect& area)
+QImage selection_bits(const QBitmap& mask)
 {
-    // Rectangles come in horizontal bands from top to bottom, each band's
-    // from left to right, so both searches can halve their way in.
-    const QRect* band = std::lower_bound(region.begin(), region.end(), area.top(),
-                                         [](const QRect& r, int top) { return r.bottom() < top; });
-    std::vector<QRect> kept;
-    while (band != region.end() && band->top() <= area.bottom()) {
-        const int top = band->top();
-        const QRect* bandEnd = std::partition_point(
-            band, region.end(), [top](const QRect& r) { return r.top() == top; });
-        const QRect* r = std::lower_bound(
-            band, bandEnd, area.left(), [](const QRect& r, int left) { return r.right() < left; });
-        for (; r != bandEnd && r->left() <= area.right(); ++r)
-            kept.push_back(*r & area);
-        band = bandEnd;
+    QImage bits = mask.toImage().convertToFormat(QImage::Format_MonoLSB);
+    const QRgb selected = QColor(Qt::color1).rgba();
+    if (bits.color(1) != selected && bits.color(0) == selected)
+        bits.invertPixels();
+    return bits;
+}
+
+void restore_unselected(QImage& image, const QImage& before, const QRect& area,
+                        const QImage& selection)
+{
+    // Beyond the mask (it always has the picture's size) nothing is selected.
+    const QRect selectable = area & selection.rect();
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        const auto* saved = reinterpret_cast<const QRgb*>(before.constScanLine(y - area.top()));
+        auto* line = reinterpret_cast<QRgb*>(image.scanLine(y)) + area.left();
+        if (y < selectable.top() || y > selectable.bottom()) {
+            std::copy(saved, saved + area.width(), line);
+            continue;
+        }
+        const uchar* bits = selection.constScanLine(y);
+        for (int i = 0; i < area.width(); ++i) {
+            const int x = area.left() + i;
+            const bool selected = x <= selectable.right() && ((bits[x >> 3] >> (x & 7)) & 1);
+            // Without a branch: in a noisy selection it would be a coin toss.
+            const QRgb keep = selected ? ~QRgb(0) : QRgb(0);
+            line[i] = (line[i] & keep) | (saved[i] & ~keep);
+        }
     }
-    QRegion within;
-    within.setRects(kept.data(), int(kept.size()));
-    return within;
 }
 
 BrushTool::BrushTool()
@@ -115,6 +165,7 @@ void BrushTool::keyPressEvent(int, const QString& text, Qt::KeyboardModifiers)
         resize(-1);
     else if (text == QLatin1String("]"))
         resize(1);
+    canvas->update();
     bool isNumber = false;
     const int digit = text.toInt(&isNumber, 10);
     if (isNumber)
@@ -144,25 +195,24 @@ void BrushTool::paintEvent(QPainter* painter)
 void BrushTool::draw(const QPointF& p)
 {
     const QImage brush = create_brush(shape, mainWindow->drawColor(), size);
-    const QRectF stamp(p.x() - size, p.y() - size, brush.width(), brush.height());
-    // At an absurd zoom the pointer maps to no finite point, or to one so far
-    // off that its pixel rectangle overflows an int: such a stamp paints
-    // nothing anyway.
-    if (!std::isfinite(p.x()) || !std::isfinite(p.y()) ||
-        !stamp.intersects(QRectF(canvas->image().rect()))) {
+    QImage& image = canvas->image();
+    QPoint corner;
+    const QRect area =
+        stamp_corner(p, size, &corner) ? QRect(corner, brush.size()) & image.rect() : QRect();
+    if (area.isEmpty()) {
         canvas->update();
         return;
     }
-    QPainter painter(&canvas->image());
-    if (!canvas->isMaskEmpty()) {
-        // One pixel of slack around the stamp covers how it snaps to pixels.
-        const QRect reach = stamp.toAlignedRect().adjusted(-1, -1, 1, 1);
-        painter.setClipRegion(region_within(canvas->maskRegion(), reach), Qt::ReplaceClip);
+    const bool clipped = !canvas->isMaskEmpty();
+    const QImage before = clipped ? image.copy(area) : QImage();
+    {
+        QPainter painter(&image);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setOpacity(opacity / 100.0);
+        painter.drawImage(corner, brush);
     }
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setOpacity(opacity / 100.0);
-    painter.drawImage(stamp.topLeft(), brush);
-    painter.end();
+    if (clipped)
+        restore_unselected(image, before, area, selection_bits(std::as_const(*canvas).mask()));
     canvas->update();
 }
 

@@ -3,7 +3,6 @@
 
 #include <QBitmap>
 #include <QImage>
-#include <QRegion>
 
 #include "tools/tool.h"
 
@@ -13,12 +12,18 @@ class QColor;
 // ground, smoothly scaled to a 2*size square. Shared with the Zarnelate filter.
 QImage create_brush(const QBitmap& shape, const QColor& color, int size);
 
-// The part of a selection's clip region that lies inside area. Painting
-// tools clip with it instead of the whole selection: the raster engine sizes
-// its clip buffer by the region's rectangle count times its height, which for
-// a noisy selection of a large picture overflows, and for any selection costs
-// far more than the stamp itself. Shared with the text tool.
-QRegion region_within(const QRegion& region, const QRect& area);
+// The selection mask as least significant bit first one-bit rows, a set bit
+// being a selected pixel.
+QImage selection_bits(const QBitmap& mask);
+
+// Clips a drawing to the selection after the fact: every pixel of area whose
+// selection bit is clear gets its value from before, a copy of area taken
+// before the drawing. Gives the pixels of a painter clipped to the region of
+// the set bits, at a cost that follows the area only (a region clip of a
+// noisy selection costs Qt its rectangle count times its height). Shared
+// with the text tool.
+void restore_unselected(QImage& image, const QImage& before, const QRect& area,
+                        const QImage& selection);
 
 // Paints with the mushroom silhouette, one stamp per press and per move.
 class BrushTool : public Tool

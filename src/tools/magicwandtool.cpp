@@ -3,15 +3,13 @@
 
 #include <QBitmap>
 #include <QImage>
-#include <QPainter>
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <deque>
-#ifdef __linux__
-#include <sys/mman.h>
+#include <utility>
+#ifdef __SSE2__
+#include <emmintrin.h>
 #endif
 
 #include "app/log.h"
@@ -26,162 +24,213 @@ int channel_diff(unsigned int a, unsigned int b, int shift)
     return std::abs(int((a >> shift) & 0xffu) - int((b >> shift) & 0xffu));
 }
 
-// Kept inline here: the fill calls it once per pixel.
 inline int colour_distance(unsigned int a, unsigned int b)
 {
     return channel_diff(a, b, 16) + channel_diff(a, b, 8) + channel_diff(a, b, 0);
 }
 
-// The fill's frontier is kept as runs: unbroken horizontal stretches of
-// selected pixels in one row, found and queued together.
-struct Run
+// Bit i set where pixel i of the count (at most 64) joins the seed's region.
+uint64_t joining_bits(const unsigned int* pixels, int count, unsigned int seed, int tolerance)
 {
-    int y;
-    int first;
-    int last;
-};
-
-// What the fill reads and writes, handed to its helpers as one.
-struct FillState
-{
-    unsigned int seed;
-    int tolerance;
-    unsigned char* queued;
-    unsigned char* selected;
-    const std::vector<unsigned int*>& rows;
-    int width;
-    int height;
-    std::deque<Run> runs;
-
-    // Compared with the seed, not with the neighbour we came from, so a
-    // gradient cannot lead the region arbitrarily far away.
-    bool joins(int x, int y) const
-    {
-        return colour_distance(seed, rows[size_t(y)][x]) <= tolerance;
+    uint64_t bits = 0;
+    int i = 0;
+#ifdef __SSE2__
+    const __m128i seeds = _mm_set1_epi32(int(seed));
+    const __m128i channel = _mm_set1_epi32(0xff);
+    const __m128i limit = _mm_set1_epi32(tolerance);
+    for (; i + 4 <= count; i += 4) {
+        const __m128i p = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + i));
+        const __m128i d = _mm_or_si128(_mm_subs_epu8(p, seeds), _mm_subs_epu8(seeds, p));
+        const __m128i sum =
+            _mm_add_epi32(_mm_and_si128(d, channel),
+                          _mm_add_epi32(_mm_and_si128(_mm_srli_epi32(d, 8), channel),
+                                        _mm_and_si128(_mm_srli_epi32(d, 16), channel)));
+        const int over = _mm_movemask_ps(_mm_castsi128_ps(_mm_cmpgt_epi32(sum, limit)));
+        bits |= uint64_t(~over & 0xf) << i;
     }
-    unsigned char* queuedRow(int y) const { return queued + size_t(y) * size_t(width); }
-    unsigned char* selectedRow(int y) const { return selected + size_t(y) * size_t(width); }
-};
-
-// From the selected pixel (x, y) outward along its row, over unqueued pixels
-// that join. Every pixel tested is a neighbour of a selected one and is
-// marked, so the run's two row neighbours end up queued as the per-pixel
-// visit would leave them.
-Run grow_run(const FillState& fill, int x, int y)
-{
-    unsigned char* queued = fill.queuedRow(y);
-    unsigned char* selected = fill.selectedRow(y);
-    int first = x;
-    while (first > 0 && !queued[first - 1]) {
-        queued[first - 1] = 1;
-        if (!fill.joins(first - 1, y))
-            break;
-        selected[--first] = 1;
-    }
-    int last = x;
-    while (last < fill.width - 1 && !queued[last + 1]) {
-        queued[last + 1] = 1;
-        if (!fill.joins(last + 1, y))
-            break;
-        selected[++last] = 1;
-    }
-    return {y, first, last};
+#endif
+    for (; i < count; ++i)
+        if (colour_distance(seed, pixels[i]) <= tolerance)
+            bits |= uint64_t(1) << i;
+    return bits;
 }
 
-// Visits the pixels from..to of row y, the neighbours in that row of a run
-// above or below: each unqueued one is marked and tested, and each that joins
-// starts a new run at the back of the queue.
-void visit_row(FillState& fill, int y, int from, int to)
+// Every bit of seeds spread along the unbroken stretches of set bits of
+// through, both ways: doubling steps instead of one step per bit.
+uint64_t spread_within(uint64_t seeds, uint64_t through)
 {
-    unsigned char* queued = fill.queuedRow(y);
-    int x = from;
-    while (x <= to) {
-        // Most of these bytes are already marked; memchr skips them in bulk.
-        const void* unmarked = std::memchr(queued + x, 0, size_t(to - x + 1));
-        if (!unmarked)
-            return;
-        x = int(static_cast<const unsigned char*>(unmarked) - queued);
-        queued[x] = 1;
-        if (!fill.joins(x, y)) {
-            ++x;
-            continue;
-        }
-        fill.selectedRow(y)[x] = 1;
-        const Run run = grow_run(fill, x, y);
-        fill.runs.push_back(run);
-        x = run.last + 2; // run.last + 1 is marked now
+    uint64_t up = seeds;
+    uint64_t down = seeds;
+    uint64_t upThrough = through;
+    uint64_t downThrough = through;
+    for (int step = 1; step < 64; step *= 2) {
+        up |= upThrough & (up << step);
+        upThrough &= upThrough << step;
+        down |= downThrough & (down >> step);
+        downThrough &= downThrough >> step;
     }
+    return up | down;
 }
 
-// A starting position joins like any other pixel but is not marked itself
-// unless a neighbour that joins marks it, as when it is taken from the queue.
-void start_run(FillState& fill, const QPoint& p)
-{
-    if (!fill.joins(p.x(), p.y()))
-        return;
-    fill.selectedRow(p.y())[p.x()] = 1;
-    const Run run = grow_run(fill, p.x(), p.y());
-    if (run.first < run.last)
-        fill.queuedRow(p.y())[p.x()] = 1;
-    fill.runs.push_back(run);
-}
-
-// Zeroed working memory of one click. calloc hands blocks this large over
-// straight from the kernel without a clearing pass. Huge pages matter: with
-// 4 KiB pages the first touch of the 150 MB of a 24-megapixel click took a
-// page fault every 4 KiB, a third more time for the whole click.
-class WorkBuffer
+// The 8-connected fill over words of 64 pixels of a row. Which pixels are
+// selected does not depend on the order of the visits: those that join and
+// are linked to a start through pixels that join. So whole words are
+// visited, each again only when a neighbouring word gained pixels; a visit
+// costs a few dozen word operations however many of its pixels join.
+class WordFill
 {
 public:
-    explicit WorkBuffer(size_t bytes)
-        : memory(static_cast<unsigned char*>(std::calloc(std::max<size_t>(bytes, 1), 1)))
+    WordFill(unsigned int seed, int tolerance, const std::vector<unsigned int*>& rows, int width,
+             int height, const unsigned char* blocked)
+        : seed(seed), tolerance(tolerance), rows(rows), width(width), height(height),
+          words((width + 63) / 64), blocked(blocked), selectedBits(size_t(words) * height),
+          joinBits(size_t(words) * height), joinKnown(size_t(words) * height),
+          pending(size_t(words) * height)
     {
-#ifdef __linux__
-        constexpr uintptr_t hugePage = uintptr_t(2) << 20;
-        const uintptr_t first = (uintptr_t(memory) + hugePage - 1) & ~(hugePage - 1);
-        const uintptr_t last = (uintptr_t(memory) + bytes) & ~(hugePage - 1);
-        if (memory && last > first)
-            madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
-#endif
     }
-    ~WorkBuffer()
-    {
-        std::free(memory);
-    }
-    WorkBuffer(const WorkBuffer&) = delete;
-    WorkBuffer& operator=(const WorkBuffer&) = delete;
 
-    unsigned char* data() const
+    // A start joins by its own colour, whether or not it is blocked.
+    void start(const QPoint& p)
     {
-        return memory;
+        if (colour_distance(seed, rows[size_t(p.y())][p.x()]) > tolerance)
+            return;
+        const int k = p.x() / 64;
+        selectedBits[index(p.y(), k)] |= uint64_t(1) << (p.x() % 64);
+        for (int dy = -1; dy <= 1; ++dy)
+            for (int dk = -1; dk <= 1; ++dk)
+                push(p.y() + dy, k + dk);
     }
+
+    void run()
+    {
+        while (!stack.empty()) {
+            log("queue: %u\n", unsigned(stack.size()));
+            const size_t i = stack.back();
+            stack.pop_back();
+            pending[i] = 0;
+            visit(int(i / size_t(words)), int(i % size_t(words)));
+        }
+    }
+
+    uint64_t selected(int y, int k) const
+    {
+        return (y < 0 || y >= height || k < 0 || k >= words) ? 0 : selectedBits[index(y, k)];
+    }
+
+    // The in-picture neighbours of selected pixels: what the fill queued.
+    uint64_t neighbours(int y, int k) const
+    {
+        const uint64_t across = selected(y - 1, k) | selected(y + 1, k);
+        const uint64_t left = selected(y - 1, k - 1) | selected(y, k - 1) | selected(y + 1, k - 1);
+        const uint64_t right = selected(y - 1, k + 1) | selected(y, k + 1) | selected(y + 1, k + 1);
+        const uint64_t own = selected(y, k);
+        return (across | across << 1 | across >> 1 | own << 1 | own >> 1 | left >> 63 |
+                right << 63) &
+               inPicture(k);
+    }
+
+    int wordCount() const { return words; }
 
 private:
-    unsigned char* memory;
+    size_t index(int y, int k) const { return size_t(y) * size_t(words) + size_t(k); }
+    int pixelsIn(int k) const { return std::min(64, width - 64 * k); }
+    uint64_t inPicture(int k) const
+    {
+        return pixelsIn(k) == 64 ? ~uint64_t(0) : (uint64_t(1) << pixelsIn(k)) - 1;
+    }
+
+    void push(int y, int k)
+    {
+        if (y < 0 || y >= height || k < 0 || k >= words || pending[index(y, k)])
+            return;
+        pending[index(y, k)] = 1;
+        stack.push_back(index(y, k));
+    }
+
+    uint64_t joining(int y, int k)
+    {
+        const size_t i = index(y, k);
+        if (!joinKnown[i]) {
+            joinKnown[i] = 1;
+            joinBits[i] = joining_bits(rows[size_t(y)] + 64 * k, pixelsIn(k), seed, tolerance) &
+                          ~blockedBits(y, k);
+        }
+        return joinBits[i];
+    }
+
+    // Pixels queued before the fill began are never queued again.
+    uint64_t blockedBits(int y, int k) const
+    {
+        uint64_t bits = 0;
+        if (!blocked)
+            return bits;
+        const unsigned char* row = blocked + size_t(y) * size_t(width) + size_t(64 * k);
+        for (int i = 0; i < pixelsIn(k); ++i)
+            bits |= uint64_t(row[i] != 0) << i;
+        return bits;
+    }
+
+    void visit(int y, int k)
+    {
+        const uint64_t before = selectedBits[index(y, k)];
+        const uint64_t through = joining(y, k) | before;
+        const uint64_t across = selected(y - 1, k) | selected(y + 1, k);
+        const uint64_t left = selected(y - 1, k - 1) | selected(y, k - 1) | selected(y + 1, k - 1);
+        const uint64_t right = selected(y - 1, k + 1) | selected(y, k + 1) | selected(y + 1, k + 1);
+        const uint64_t reached = across | across << 1 | across >> 1 | left >> 63 | right << 63;
+        const uint64_t after = spread_within(before | (reached & through), through);
+        if (after == before)
+            return;
+        selectedBits[index(y, k)] = after;
+        const uint64_t gained = after & ~before;
+        for (int dy = -1; dy <= 1; ++dy) {
+            push(y + dy, k);
+            if (gained & 1)
+                push(y + dy, k - 1);
+            if (gained >> 63)
+                push(y + dy, k + 1);
+        }
+    }
+
+    const unsigned int seed;
+    const int tolerance;
+    const std::vector<unsigned int*>& rows;
+    const int width;
+    const int height;
+    const int words;
+    const unsigned char* blocked;
+    std::vector<uint64_t> selectedBits;
+    std::vector<uint64_t> joinBits;
+    std::vector<unsigned char> joinKnown;
+    std::vector<unsigned char> pending;
+    std::vector<size_t> stack;
 };
 
-// Sets (or clears) the bit of every pixel whose byte is 1 in one row of a
-// least significant bit first one-bit image; other bits, and the padding
-// after the row's last pixel, are left alone.
-void apply_row(const unsigned char* selected, uchar* bits, int width, bool clear)
+// Sets to 1 the byte of every set bit of the count (at most 64) low bits.
+void mark_bytes(uint64_t bits, unsigned char* bytes, int count)
 {
-    int x = 0;
-    for (; x + 8 <= width; x += 8) {
-        uint64_t bytes;
-        std::memcpy(&bytes, selected + x, sizeof bytes);
-        // Gathers the low bit of each of the eight 0/1 bytes into one byte:
-        // byte i lands in bit 56 + i, and no two partial products overlap.
-        const uchar gathered = uchar((bytes * 0x0102040810204080ull) >> 56);
-        uchar& target = bits[x >> 3];
-        target = clear ? uchar(target & ~gathered) : uchar(target | gathered);
+    for (int i = 0; bits && i < count; ++i, bits >>= 1)
+        bytes[i] |= (bits & 1);
+}
+
+// Sets (or, subtracting, clears) the mask's bit of every selected pixel.
+void apply_to_mask(Canvas* canvas, const WordFill& fill, bool subtract)
+{
+    // Written word by word into the mask's least significant bit first
+    // one-bit rows, whose bytes hold the pixels in the words' order.
+    QImage bits = std::as_const(*canvas).mask().toImage().convertToFormat(QImage::Format_MonoLSB);
+    const int bytesPerRow = (bits.width() + 7) / 8;
+    for (int y = 0; y < bits.height(); ++y) {
+        uchar* line = bits.scanLine(y);
+        for (int k = 0; k < fill.wordCount(); ++k) {
+            uint64_t word = fill.selected(y, k);
+            if (!word)
+                continue;
+            for (int b = 8 * k; word && b < bytesPerRow; ++b, word >>= 8)
+                line[b] = subtract ? uchar(line[b] & ~uchar(word)) : uchar(line[b] | uchar(word));
+        }
     }
-    for (; x < width; ++x) {
-        if (!selected[x])
-            continue;
-        const uchar bit = uchar(1u << (x & 7));
-        uchar& target = bits[x >> 3];
-        target = clear ? uchar(target & ~bit) : uchar(target | bit);
-    }
+    canvas->mask() = QBitmap::fromImage(std::move(bits));
 }
 
 } // namespace
@@ -191,33 +240,25 @@ int pixel_diff(unsigned int a, unsigned int b)
     return colour_distance(a, b);
 }
 
-// Breadth-first over runs of pixels instead of single pixels. Which pixels
-// end up selected and queued does not depend on the order of the visits:
-// selected are the pixels that join and are linked to a start through
-// joining pixels, queued are the in-image neighbours of the selected ones.
-// Visiting a whole run at a time gives the same two arrays as the pixel by
-// pixel queue, with row-wise memory access instead of a jump to another row
-// for nearly every pixel of the frontier's sides, and a queue of a few runs
-// per row of the frontier. The debug line counts runs.
+// The positions given go first, as they would leave the pixel queue before
+// any neighbour; pixels already marked as queued are never queued again.
 void flood_fill(unsigned int seed, int tolerance, unsigned char* queued, unsigned char* selected,
                 const std::vector<unsigned int*>& rows, std::queue<QPoint>& queue, int width,
                 int height)
 {
-    FillState fill{seed, tolerance, queued, selected, rows, width, height, {}};
-    // The given positions go first, as they would leave the pixel queue
-    // before any neighbour; the queue is left empty.
+    if (width <= 0 || height <= 0)
+        return;
+    WordFill fill(seed, tolerance, rows, width, height, queued);
     for (; !queue.empty(); queue.pop())
-        start_run(fill, queue.front());
-    while (!fill.runs.empty()) {
-        log("queue: %u\n", unsigned(fill.runs.size()));
-        const Run run = fill.runs.front();
-        fill.runs.pop_front();
-        const int from = std::max(run.first - 1, 0);
-        const int to = std::min(run.last + 1, width - 1);
-        if (run.y > 0)
-            visit_row(fill, run.y - 1, from, to);
-        if (run.y < height - 1)
-            visit_row(fill, run.y + 1, from, to);
+        fill.start(queue.front());
+    fill.run();
+    for (int y = 0; y < height; ++y) {
+        for (int k = 0; k < fill.wordCount(); ++k) {
+            const size_t at = size_t(y) * size_t(width) + size_t(64 * k);
+            const int count = std::min(64, width - 64 * k);
+            mark_bytes(fill.selected(y, k), selected + at, count);
+            mark_bytes(fill.neighbours(y, k), queued + at, count);
+        }
     }
 }
 
@@ -234,15 +275,18 @@ void MagicWandTool::mousePressEvent(const QPoint&, const QPointF& imagePos, Qt::
         return;
     }
     subtract = begin_selection(canvas, modifiers);
-    const QSize size = canvas->image().size();
-    {
-        // Freed at the end of this block, before the repaint.
-        WorkBuffer selected(size_t(size.width()) * size_t(size.height()));
-        if (selected.data()) {
-            fillRegion(seed, selected.data());
-            applyToMask(selected.data(), size);
-        }
-    }
+    // The fill only reads the picture, so it reads the canvas's own pixels:
+    // a private copy would hold the same values.
+    const QImage source = canvas->image().convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    std::vector<unsigned int*> rows(size_t(source.height()));
+    for (int y = 0; y < source.height(); ++y)
+        rows[size_t(y)] = const_cast<unsigned int*>(
+            reinterpret_cast<const unsigned int*>(source.constScanLine(y)));
+    WordFill fill(rows[size_t(seed.y())][seed.x()], tolerance, rows, source.width(),
+                  source.height(), nullptr);
+    fill.start(seed);
+    fill.run();
+    apply_to_mask(canvas, fill, subtract != 0);
     canvas->updateAll();
 }
 
@@ -263,40 +307,3 @@ void MagicWandTool::activeEvent(bool active)
 }
 
 void MagicWandTool::paintEvent(QPainter*) {}
-
-void MagicWandTool::fillRegion(const QPoint& seed, unsigned char* selected) const
-{
-    // A shallow handle: the pixels are copied into the fill's own buffer below.
-    const QImage source = canvas->image().convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    const int width = source.width();
-    const int height = source.height();
-    const size_t count = size_t(width) * size_t(height);
-    WorkBuffer pixels(count * sizeof(unsigned int));
-    WorkBuffer queued(count);
-    if (!pixels.data() || !queued.data())
-        return;
-    std::vector<unsigned int*> rows(static_cast<size_t>(height));
-    for (int y = 0; y < height; ++y) {
-        rows[size_t(y)] = reinterpret_cast<unsigned int*>(pixels.data()) + size_t(y) * width;
-        std::memcpy(rows[size_t(y)], source.constScanLine(y), size_t(width) * sizeof(unsigned int));
-    }
-
-    // The seed is queued unmarked; it may come round once more as a neighbour.
-    std::queue<QPoint> queue;
-    queue.push(seed);
-    flood_fill(rows[size_t(seed.y())][seed.x()], tolerance, queued.data(), selected, rows, queue,
-               width, height);
-}
-
-void MagicWandTool::applyToMask(unsigned char* selected, const QSize& size)
-{
-    // Written bit by bit into the mask's one-bit image: drawing the bytes as
-    // an indexed image through a painter converted all of them to 32 bits.
-    QImage bits = canvas->mask().toImage().convertToFormat(QImage::Format_MonoLSB);
-    const int width = std::min(size.width(), bits.width());
-    const int height = std::min(size.height(), bits.height());
-    for (int y = 0; y < height; ++y)
-        apply_row(selected + size_t(y) * size_t(size.width()), bits.scanLine(y), width,
-                  subtract != 0);
-    canvas->mask() = QBitmap::fromImage(std::move(bits));
-}

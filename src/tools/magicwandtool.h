@@ -2,7 +2,6 @@
 #pragma once
 
 #include <QPoint>
-#include <QSize>
 #include <queue>
 #include <vector>
 
@@ -35,8 +34,4 @@ public:
 protected:
     int subtract = 0;
     int tolerance = 64;
-
-private:
-    void fillRegion(const QPoint& seed, unsigned char* selected) const;
-    void applyToMask(unsigned char* selected, const QSize& size);
 };

@@ -6,6 +6,7 @@
 #include <QFontMetricsF>
 #include <QPainter>
 #include <cmath>
+#include <utility>
 
 #include "app/mainwindow.h"
 #include "canvas/canvas.h"
@@ -72,10 +73,19 @@ void TextTool::draw(const QPointF& p)
         canvas->update();
         return;
     }
-    QPainter painter(&canvas->image());
-    if (!canvas->isMaskEmpty())
-        painter.setClipRegion(region_within(canvas->maskRegion(), wordArea(p)), Qt::ReplaceClip);
-    draw(&painter, p, opacity / 100.0, mainWindow->drawColor());
+    QImage& image = canvas->image();
+    const bool clipped = !canvas->isMaskEmpty();
+    const QRect area = clipped ? wordArea(p) : QRect();
+    const QImage before = clipped ? image.copy(area) : QImage();
+    {
+        QPainter painter(&image);
+        // Only a safety net: the area holds all that the word can touch.
+        if (clipped)
+            painter.setClipRect(area);
+        draw(&painter, p, opacity / 100.0, mainWindow->drawColor());
+    }
+    if (clipped)
+        restore_unselected(image, before, area, selection_bits(std::as_const(*canvas).mask()));
     canvas->update();
 }
 
@@ -97,16 +107,23 @@ void TextTool::setOpacity(int percent)
 
 QRect TextTool::wordArea(const QPointF& p)
 {
-    // Measured on the image, whose resolution turns points into pixels; the
-    // margin covers antialiased edges.
+    // Measured on the image, whose resolution turns points into pixels. The
+    // ink box leaves out an underline, overline or strike-out, which run over
+    // the advance within the line's height; a line's height of margin on
+    // every side covers those and antialiased edges with room to spare.
     const QFontMetricsF metrics(font, &canvas->image());
-    const QRectF word = metrics.boundingRect(QStringLiteral("Zarn")).translated(p);
+    const QString word = QStringLiteral("Zarn");
+    const QRectF line(0, -metrics.ascent(), metrics.horizontalAdvance(word), metrics.height());
+    const qreal margin = metrics.height();
+    const QRectF reach = (metrics.boundingRect(word) | line)
+                             .adjusted(-margin, -margin, margin, margin)
+                             .translated(p);
     // Only the part on the picture matters; far off it (an absurd zoom) the
     // word's pixel rectangle would overflow an int.
     const QRectF picture(canvas->image().rect());
-    if (!word.intersects(picture))
+    if (!reach.intersects(picture))
         return QRect();
-    return (word & picture).toAlignedRect().adjusted(-2, -2, 2, 2);
+    return (reach & picture).toAlignedRect() & canvas->image().rect();
 }
 
 void TextTool::chooseFont()
