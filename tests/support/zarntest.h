@@ -157,6 +157,7 @@ public:
         canvas->updateMaskStuff();
     }
     QRegion selection() const { return QRegion(canvas->mask()); }
+    bool selects(const QRegion& region) const { return (selection() ^ region).isEmpty(); }
 
     MainWindow window;
     Canvas* canvas = nullptr;
