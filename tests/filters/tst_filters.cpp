@@ -155,8 +155,6 @@ class TestFilters : public QObject
 private slots:
     void runProtocol_data();
     void runProtocol();
-    void cancelledProgress_data();
-    void cancelledProgress();
     void invertAndZarnelateNumbers();
     void zarnifyFollowsTheClassicModel();
     void bumpSlopesAndDisplacement();
@@ -166,92 +164,69 @@ private slots:
 void TestFilters::runProtocol_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("dialog");   // offered by a fresh run, cancelled
-    QTest::addColumn<QString>("progress"); // of a repeated run
-    QTest::addColumn<int>("steps");
+    QTest::addColumn<QString>("expected"); // dialog offered | progress offered, values given
     QTest::newRow("invert") << "Zarnert"
-                            << ""
-                            << "" << 0;
+                            << "|, 0";
     QTest::newRow("zarnelate") << "Zarnelate"
-                               << "Zarnelate 16 4..100"
-                               << "Zarnelating... Cancel 0..187 modal" << 2;
+                               << "Zarnelate 16 4..100|Zarnelating... Cancel 0..625 modal, 7";
     QTest::newRow("zarnify") << "Zarnify"
-                             << "Zarnify 25 1..100"
-                             << "Zarnifying... Cancel 0..59 modal" << 60;
+                             << "Zarnify 25 1..100|Zarnifying... Cancel 0..199 modal, 200";
     QTest::newRow("bump") << "Zarnelure"
-                          << "Zarnelure 50 -100..100"
-                          << "Zarneluring... Cancel 0..59 modal" << 60;
+                          << "Zarnelure 50 -100..100|Zarneluring... Cancel 0..199 modal, 200";
     QTest::newRow("zarnonimate") << "Zarnonimate"
-                                 << ""
-                                 << "Zarnonimating... Cancel 0..59 modal" << 60;
+                                 << "|Zarnonimating... Cancel 0..199 modal, 200";
 }
 
 // A fresh run asks (cancel: no undo step), a repeated one does not; either
-// gives the pure function's picture, one undo step, and reports progress.
+// gives the pure function's picture through the selection, one undo step,
+// and reports progress. Cancel there keeps the picture and the undo step.
 void TestFilters::runProtocol()
 {
     QFETCH(QString, name);
-    QFETCH(QString, dialog);
-    QFETCH(QString, progress);
-    QFETCH(int, steps);
-    Harness h(positions(200, 60));
+    QFETCH(QString, expected);
+    const QImage picture = positions(200, 200);
+    Harness h(picture);
     ProgressLog log;
     Filter* filter = makeFilter(name, &h.window, &log);
-    const int undoBefore = h.canvas->undoCount();
-    const auto offered = answerSlider(std::nullopt, dialog.isEmpty() ? 0 : 200);
+    const bool asks = !expected.startsWith('|');
+    const auto offered = answerSlider(std::nullopt, asks ? 200 : 0);
     filter->run(h.canvas, false);
     QCoreApplication::processEvents();
-    QCOMPARE(*offered, dialog);
-    h.canvas->image() = positions(200, 60);
-    QCOMPARE(h.canvas->undoCount(), undoBefore + dialog.isEmpty());
+    h.canvas->image() = picture;
+    QCOMPARE(h.canvas->undoCount(), asks ? 1 : 2);
     log.values.clear();
+    h.select(QRect(2, 3, 40, 20));
     std::srand(1);
     filter->run(h.canvas, true);
-    QCOMPARE(h.canvas->image(), expectedRun(name, filter, positions(200, 60)));
-    QCOMPARE(h.canvas->undoCount(), undoBefore + 1 + dialog.isEmpty());
-    QCOMPARE(log.offered, progress);
-    QCOMPARE(log.values.size(), steps);
-
-    // Through a selection only the selected pixels change.
-    h.canvas->image() = positions(200, 60);
-    h.selectRect(QRect(2, 3, 40, 20));
-    std::srand(1);
-    filter->run(h.canvas, true);
-    const QImage all = expectedRun(name, filter, positions(200, 60));
+    QCOMPARE(*offered + "|" + log.offered + ", " + QString::number(log.values.size()), expected);
+    QCOMPARE(h.canvas->undoCount(), asks ? 2 : 3);
+    const QImage all = expectedRun(name, filter, picture);
     for (QPoint p : {QPoint(2, 3), QPoint(41, 22), QPoint(1, 3), QPoint(42, 22), QPoint(150, 50)})
         QCOMPARE(h.canvas->image().pixel(p),
-                 QRect(2, 3, 40, 20).contains(p) ? all.pixel(p) : positions(200, 60).pixel(p));
-}
-
-void TestFilters::cancelledProgress_data()
-{
-    QTest::addColumn<QString>("name");
-    for (const char* name : {"Zarnelate", "Zarnify", "Zarnelure", "Zarnonimate"})
-        QTest::newRow(name) << name;
-}
-
-// Cancel in the progress dialog: the picture stays, the undo step remains.
-void TestFilters::cancelledProgress()
-{
-    QFETCH(QString, name);
-    Harness h(positions(200, 200));
-    ProgressLog log;
+                 QRect(2, 3, 40, 20).contains(p) ? all.pixel(p) : picture.pixel(p));
+    h.canvas->clearMask();
+    h.canvas->image() = picture;
+    std::srand(1);
+    filter->run(h.canvas, true);
+    QCOMPARE(h.canvas->image(), all);
+    if (log.offered.isEmpty())
+        return;
     log.showAtOnce = true;
-    Filter* filter = makeFilter(name, &h.window, &log);
-    const int undoBefore = h.canvas->undoCount();
+    h.canvas->image() = picture;
     std::function<void(int)> cancelWhenShown = [&](int attempts) {
         QTimer::singleShot(0, &h.window, [&, attempts] {
             auto* dialog = h.window.findChild<QProgressDialog*>();
-            dialog && dialog->isVisible() ? dialog->cancel()
-            : attempts                    ? cancelWhenShown(attempts - 1)
-                                          : void();
+            if (dialog && dialog->isVisible())
+                dialog->cancel();
+            else if (attempts)
+                cancelWhenShown(attempts - 1);
         });
     };
     cancelWhenShown(1000);
     filter->run(h.canvas, true);
-    QCOMPARE(h.canvas->image(), positions(200, 200));
-    QCOMPARE(h.canvas->undoCount(), undoBefore + 1);
-    QVERIFY(!log.values.isEmpty() && log.values.last() < log.maximum);
+    QCOMPARE(h.canvas->image(), picture);
+    QCOMPARE(h.canvas->undoCount(), asks ? 4 : 5);
+    QVERIFY(log.values.last() < log.maximum);
 }
 
 void TestFilters::invertAndZarnelateNumbers()
