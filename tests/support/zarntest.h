@@ -85,6 +85,8 @@ inline std::shared_ptr<QString> answerSlider(std::optional<int> value, int attem
     whenModal(
         [seen, value](QWidget* w) {
             auto* dialog = dynamic_cast<SliderDialog*>(w);
+            if (!dialog)
+                return;
             QSlider* slider = dialog->valueSlider();
             *seen = QString::asprintf("%s %d %d..%d", qPrintable(dialog->windowTitle()),
                                       dialog->value(), slider->minimum(), slider->maximum());
