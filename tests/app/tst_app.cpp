@@ -182,11 +182,14 @@ private slots:
         }
         QCOMPARE(w.currentCanvas(), canvas);
         for (const QString& name : {dir.filePath("a.zzz"), dir.filePath("no/a.png"), QString()}) {
-            QCOMPARE(*answerFileDialog(name) + (w.trigger("File", "Save..."), " ") + w.document(),
-                     "Save Image " + before);
+            auto caption = answerFileDialog(name);
+            w.trigger("File", "Save...");
+            QCOMPARE(*caption + " " + w.document(), "Save Image " + before);
             QVERIFY(name.isNull() || !QFile::exists(name));
         }
         answerFileDialog(dir.filePath("picture.png"));
+        w.activateWindow(); // a closed dialog takes the activation with it
+        QVERIFY(QTest::qWaitForWindowActive(&w));
         QTest::keyClick(&w, Qt::Key_S, Qt::ControlModifier);
         QCOMPARE(w.document(),
                  "picture.png|" + dir.filePath("picture.png") + "|unchanged|tools on");
