@@ -14,7 +14,7 @@
 #include "app/mainwindow.h"
 #include "bench.h"
 #include "canvas/canvas.h"
-#include "support/procmemory.h"
+#include "procmemory.h"
 
 namespace {
 

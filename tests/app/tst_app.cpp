@@ -1,0 +1,371 @@
+// SPDX-License-Identifier: MIT
+#include <QColorDialog>
+#include <QColorSpace>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QGridLayout>
+#include <QImageReader>
+#include <QLabel>
+#include <QMenuBar>
+#include <QPointer>
+#include <QPushButton>
+#include <QSplashScreen>
+#include <QTemporaryDir>
+#include <QToolBar>
+
+#include "app/colorwidget.h"
+#include "app/imagefile.h"
+#include "app/splash.h"
+#include "support/zarntest.h"
+
+namespace {
+
+class Window : public MainWindow
+{
+public:
+    using MainWindow::filterZarnelate;
+    Window()
+    {
+        show();
+        activateWindow();
+        if (!QTest::qWaitForWindowActive(this))
+            qFatal("the window never became active");
+    }
+    void trigger(const QString& menu, const QString& label) const
+    {
+        for (QAction* top : menuBar()->actions())
+            for (QAction* entry : top->menu()->actions())
+                if (top->text() == menu && entry->text() == label)
+                    return entry->trigger();
+        QFAIL(qPrintable("no menu entry " + menu + " > " + label));
+    }
+    // Title, file name ("-" when none), the document's state, the tools'.
+    QString document() const
+    {
+        const char* state = !canvas ? "none" : canvas->isChanged() ? "changed" : "unchanged";
+        return QString("%1|%2|%3|tools %4")
+            .arg(windowTitle(), filename.isNull() ? "-" : filename, state)
+            .arg(toolActions()->isEnabled() ? "on" : "off");
+    }
+};
+
+class KeyRecorder : public Tool
+{
+public:
+    void keyPressEvent(int, const QString& text, Qt::KeyboardModifiers) override { keys << text; }
+    void activeEvent(bool active) override { keys << (active ? "on" : "off"); }
+    QStringList keys;
+};
+
+// Runs command, closing every modal widget that appears; returns their
+// titles, with a message box's text after a colon.
+QStringList dialogsDuring(const std::function<void()>& command)
+{
+    QStringList titles;
+    QTimer closer;
+    QObject::connect(&closer, &QTimer::timeout, [&titles] {
+        if (QWidget* w = QApplication::activeModalWidget()) {
+            auto* box = qobject_cast<QMessageBox*>(w);
+            titles << w->windowTitle() + (box ? ": " + box->text() : "");
+            w->close();
+        }
+    });
+    closer.start(0);
+    command();
+    QCoreApplication::processEvents();
+    return titles;
+}
+
+} // namespace
+
+class TestApp : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+        QVERIFY(dir.isValid());
+    }
+    // A failed check can leave a dialog driver polling: let it run out.
+    void cleanup()
+    {
+        for (int round = 0; round < 250; ++round)
+            QCoreApplication::processEvents();
+    }
+
+    void menusAndNoDocument()
+    {
+        Window w;
+        QStringList menus; // label=shortcut, "-" a separator
+        for (QAction* top : w.menuBar()->actions() + QList<QAction*>{nullptr}) {
+            QStringList entries;
+            for (QAction* e : top ? top->menu()->actions() : w.findChild<QToolBar*>()->actions())
+                entries << (e->isSeparator() ? "-" : e->text() + "=" + e->shortcut().toString());
+            menus << (top ? top->text() : "Tools") + ": " + entries.join(", ");
+        }
+        QCOMPARE(menus.join('\n'), "File: New...=Ctrl+N, Open...=Ctrl+O, Save...=Ctrl+S, "
+                                   "Close=Ctrl+W, -, Quit=Ctrl+Q\n"
+                                   "Edit: Undo=Ctrl+Z, Redo=Ctrl+R, -, Select All=Ctrl+A, "
+                                   "Clear Selection=Ctrl+D, Invert Selection=Ctrl+Shift+I\n"
+                                   "Filters: Last=Ctrl+F, -, Zarnert=Ctrl+I, Zarnelate=, "
+                                   "Zarnify=, Zarnelure=, Zarnonimate=\n"
+                                   "Help: About=\n"
+                                   "Tools: Move=V, Brush=B, Text=T, Eyedropper=I, Marquee=M, "
+                                   "Lasso=L, Magic Wand=W");
+        // Without a document every command but About does nothing, silently.
+        QCOMPARE(
+            dialogsDuring([&w] {
+                for (QAction* top : w.menuBar()->actions())
+                    for (QAction* entry : top->menu()->actions())
+                        if (!QStringList({"New...", "Open...", "Quit"}).contains(entry->text()))
+                            entry->trigger();
+            }),
+            QStringList("About: What zarn?"));
+        QTest::keyClick(&w, Qt::Key_B); // tool letters are dropped while disabled
+        QCOMPARE(w.document() + (w.toolActions()->checkedAction() ? " picked" : ""),
+                 "|-|none|tools off");
+    }
+
+    void documentCommands()
+    {
+        Window w;
+        w.trigger("File", "New...");
+        QPointer<Canvas> first = w.currentCanvas();
+        QCOMPARE(w.document(), "Untitled||unchanged|tools on");
+        QCOMPARE(first->image(), filled(800, 600, 0xFFFFFFFF));
+        QCOMPARE(dialogsDuring([&w] { w.trigger("Filters", "Last"); }), QStringList());
+        w.trigger("Edit", "Select All");
+        QCOMPARE(QRegion(first->mask()), QRegion(0, 0, 800, 600));
+        w.trigger("Edit", "Invert Selection");
+        QVERIFY(first->isMaskEmpty());
+        QTest::keyClick(&w, Qt::Key_I, Qt::ControlModifier); // Zarnert
+        QCOMPARE(first->image().pixel(10, 10), qRgb(0, 0, 0));
+        // A cancelled settings dialog still makes the filter the last one;
+        // New replaces an unsaved document without asking.
+        QCOMPARE(dialogsDuring([&w] { w.trigger("Filters", "Zarnelate"); }),
+                 QStringList("Zarnelate"));
+        QCOMPARE(first->undoCount(), 2);
+        QCOMPARE(dialogsDuring([&w] { w.trigger("File", "New..."); }), QStringList());
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(first.isNull());
+        QCOMPARE(dialogsDuring([&w] { w.trigger("Filters", "Last"); }), QStringList());
+        QCOMPARE(w.currentCanvas()->undoCount(), 2); // Last ran Zarnelate without asking
+        QCOMPARE(w.previousFilter(), w.filterZarnelate);
+        w.trigger("File", "Close");
+        QCOMPARE(w.document(), "|-|none|tools off");
+    }
+
+    void openAndSave()
+    {
+        Window w;
+        // Through the dialog: converted, default resolution, title and path.
+        for (const char* name : {"basn3p02.png", "basn0g16.png", "basn2c08.png"}) {
+            const QString path = QDir::cleanPath(ZARN_TESTDATA_DIR "/png/") + "/" + name;
+            auto caption = answerFileDialog(path);
+            w.trigger("File", "Open...");
+            QCOMPARE(*caption + " " + w.document(),
+                     QString("Open Image ") + name + "|" + path + "|unchanged|tools on");
+            QCOMPARE(w.currentCanvas()->image(), load_image_file(path));
+        }
+        QCOMPARE(w.currentCanvas()->image().dotsPerMeterX(),
+                 QImage(1, 1, QImage::Format_RGB32).dotsPerMeterX());
+        // Text, a folder, a cancel; an unknown suffix, a missing folder, a
+        // cancel: nothing changes.
+        Canvas* canvas = w.currentCanvas();
+        canvas->undoSnapshot();
+        const QString before = w.document();
+        for (const QString& path : {QString(ZARN_SOURCE_DIR "/README.md"), dir.path(), QString()}) {
+            answerFileDialog(path);
+            w.trigger("File", "Open...");
+        }
+        QCOMPARE(w.currentCanvas(), canvas);
+        for (const QString& name : {dir.filePath("a.zzz"), dir.filePath("no/a.png"), QString()}) {
+            auto caption = answerFileDialog(name);
+            w.trigger("File", "Save...");
+            QCOMPARE(*caption + " " + w.document(), "Save Image " + before);
+            QVERIFY(name.isNull() || !QFile::exists(name));
+        }
+        answerFileDialog(dir.filePath("picture.png"));
+        w.activateWindow(); // a closed dialog takes the activation with it
+        QVERIFY(QTest::qWaitForWindowActive(&w));
+        QTest::keyClick(&w, Qt::Key_S, Qt::ControlModifier);
+        QCOMPARE(w.document(),
+                 "picture.png|" + dir.filePath("picture.png") + "|unchanged|tools on");
+        QImage reloaded = load_image_file(dir.filePath("picture.png"));
+        reloaded.setColorSpace(canvas->image().colorSpace());
+        QCOMPARE(reloaded, canvas->image());
+    }
+
+    void toolShortcutsAndKeys()
+    {
+        Window w;
+        w.trigger("File", "New...");
+        Canvas* canvas = w.currentCanvas();
+        const QStringList labels = {"Move",    "Brush", "Text",      "Eyedropper",
+                                    "Marquee", "Lasso", "Magic Wand"};
+        for (int i = 0; i < 7; ++i) {
+            QTest::keyClick(&w, "vbtimlw"[i]);
+            QCOMPARE(w.toolActions()->checkedAction()->text(), labels[i]);
+            QCOMPARE(canvas->tool(), w.registeredTool(labels[i]));
+            QCOMPARE(canvas->toolDepth(), 1);
+        }
+        // Other keys reach the tool; re-picking the checked tool deactivates
+        // and activates it again; the letter itself never reaches a tool.
+        auto* recorder = new KeyRecorder; // outlives the canvas like the real tools
+        canvas->popTool();
+        canvas->pushTool(recorder);
+        QTest::keyClicks(&w, "]5m");
+        QCOMPARE(recorder->keys, QStringList({"on", "]", "5", "off"}));
+        QTest::keyPress(&w, Qt::Key_Space); // picked under the hand: goes above the old tool
+        QTest::keyClick(&w, Qt::Key_B);
+        QTest::keyRelease(&w, Qt::Key_Space);
+        QCOMPARE(canvas->tool(), w.registeredTool("Brush"));
+        QCOMPARE(canvas->toolDepth(), 2);
+        w.trigger("File", "New..."); // no active tool; the checked action stays
+        QCOMPARE(w.currentCanvas()->toolDepth(), 0);
+        QCOMPARE(w.toolActions()->checkedAction()->text(), QString("Brush"));
+    }
+
+    void colorSwatch()
+    {
+        Window w;
+        ColorWidget* swatch = w.colorSwatch();
+        QCOMPARE(w.drawColor(), QColor(0, 128, 0));
+        QVERIFY(swatch->width() <= 64 && swatch->height() <= 64);
+        QStringList seen; // the dialog's title and starting colour; an invalid pick cancels
+        auto answer = [&seen](const QColor& pick) {
+            return [&seen, pick](QWidget* dialog) {
+                auto* colors = qobject_cast<QColorDialog*>(dialog);
+                seen << dialog->windowTitle() + " " + colors->currentColor().name();
+                colors->setCurrentColor(pick);
+                pick.isValid() ? colors->accept() : colors->reject();
+            };
+        };
+        whenModal(answer(QColor(10, 20, 30)));
+        QTest::mouseClick(swatch, Qt::LeftButton);
+        whenModal(answer(QColor()));
+        QTest::mouseClick(swatch, Qt::LeftButton);
+        whenModal(answer(Qt::yellow), 5); // nothing opens for the right button
+        QTest::mouseClick(swatch, Qt::RightButton);
+        cleanup();
+        QCOMPARE(seen, QStringList({"Select Color #008000", "Select Color #0a141e"}));
+        QCOMPARE(w.drawColor(), QColor(10, 20, 30));
+        w.setDrawColor(QColor(200, 10, 20));
+        QCOMPARE(QColor(swatch->grab().toImage().pixel(1, 1)), QColor(200, 10, 20));
+    }
+
+    void sliderDialog_data()
+    {
+        QTest::addColumn<int>("minimum");
+        QTest::addColumn<int>("initial");
+        QTest::addColumn<QString>("shown"); // set only once the slider leaves its minimum
+        QTest::newRow("size") << 4 << 30 << "30";
+        QTest::newRow("at minimum") << 4 << 4 << "";
+        QTest::newRow("zero") << -100 << 0 << "";
+        QTest::newRow("negative") << -100 << -1 << "-1";
+    }
+    void sliderDialog()
+    {
+        QFETCH(int, minimum);
+        QFETCH(int, initial);
+        QFETCH(QString, shown);
+        SliderDialog dialog("Zarnify", "Value", initial, minimum, 100);
+        auto* grid = qobject_cast<QGridLayout*>(dialog.layout());
+        QStringList cells;
+        for (int i = 0; i < 8; ++i) {
+            QLayoutItem* item = grid->itemAtPosition(i / 4, i % 4);
+            QWidget* w = item ? item->widget() : nullptr;
+            cells << (qobject_cast<QLabel*>(w)        ? qobject_cast<QLabel*>(w)->text()
+                      : qobject_cast<QPushButton*>(w) ? qobject_cast<QPushButton*>(w)->text()
+                                                      : QString(w ? "slider" : ""));
+        }
+        QCOMPARE(dialog.windowTitle() + ": " + cells.join('|'),
+                 "Zarnify: Value|slider|" + shown + "|OK||||Cancel");
+        dialog.valueSlider()->setValue(minimum + 1);
+        QCOMPARE(qobject_cast<QLabel*>(grid->itemAtPosition(0, 2)->widget())->text(),
+                 QString::number(minimum + 1));
+        whenModal([&](QWidget*) {
+            QTest::mouseClick(grid->itemAtPosition(0, 3)->widget(), Qt::LeftButton);
+        });
+        QCOMPARE(dialog.exec(), int(QDialog::Accepted));
+        QCOMPARE(dialog.value(), minimum + 1);
+        whenModal([](QWidget* w) { QTest::keyClick(w, Qt::Key_Escape); });
+        QCOMPARE(dialog.exec(), int(QDialog::Rejected));
+    }
+
+    void splashAndPluginPath()
+    {
+        QSplashScreen splash(QPixmap(":/data/splash.png"));
+        QStringList messages, dots;
+        QElapsedTimer clock;
+        clock.start();
+        run_splash_loop(&splash, [&](const QString& m) { messages << m + "|" + splash.message(); });
+        QVERIFY2(clock.elapsed() >= 2500, qPrintable(QString::number(clock.elapsed())));
+        for (int k = 0; k <= 20; ++k)
+            dots << QString(k, '.') + "|" + QString(k, '.');
+        QCOMPARE(messages, dots);
+        QDir parent(QCoreApplication::applicationDirPath());
+        parent.cdUp();
+        QCOMPARE(add_plugin_path(), parent.absolutePath()); // without "plugins", its parent
+        QVERIFY(parent.mkdir("plugins"));
+        QCOMPARE(add_plugin_path(), parent.absoluteFilePath("plugins"));
+        QVERIFY(QCoreApplication::libraryPaths().contains(parent.absoluteFilePath("plugins")));
+        QVERIFY(parent.rmdir("plugins"));
+    }
+
+    // Every picture of the PNG suite loads converted and comes back
+    // unchanged from a save; for other formats the content decides.
+    void imageFiles()
+    {
+        const QDir suite(ZARN_TESTDATA_DIR "/png");
+        const QStringList names = suite.entryList({"*.png"}, QDir::Files, QDir::Name);
+        QVERIFY(names.size() > 100);
+        for (const QString& name : names) {
+            const QImage loaded = load_image_file(suite.filePath(name));
+            QCOMPARE(loaded.size(), QImageReader(suite.filePath(name)).size());
+            QVERIFY2(save_image_file(loaded, dir.filePath("copy.png")), qPrintable(name));
+            QImage back = load_image_file(dir.filePath("copy.png"));
+            back.setColorSpace(loaded.colorSpace());
+            QVERIFY2(back == loaded && back.format() == QImage::Format_ARGB32_Premultiplied,
+                     qPrintable(name));
+        }
+        for (const auto& [name, format] :
+             {std::pair("p.tif", "TIFF"), {"p.webp", "WEBP"}, {"png.jpg", "PNG"}}) {
+            QVERIFY(positions(7, 5).save(dir.filePath(name), format, 100));
+            QCOMPARE(load_image_file(dir.filePath(name)), positions(7, 5));
+        }
+    }
+
+    void resources()
+    {
+        QString shapes;
+        for (const char* name : {"splash", "icon_move", "icon", "worm_8", "zarn_bitmap",
+                                 "zarn_bitmap_small", "bump5"}) {
+            const QImage image(QString(":/data/%1.png").arg(name));
+            shapes +=
+                QString("%1x%2/%3 ").arg(image.width()).arg(image.height()).arg(image.depth());
+        }
+        QCOMPARE(shapes, "650x300/32 24x24/32 32x32/32 8x8/1 512x512/1 128x128/1 64x64/32 ");
+        const QImage worm = QImage(":/data/worm_8.png").convertToFormat(QImage::Format_RGB32);
+        QString rows;
+        for (int i = 0; i < 72; ++i)
+            rows += i % 9 == 8 ? '/' : worm.pixel(i % 9, i / 9) == 0xffffffff ? 'W' : 'B';
+        QCOMPARE(rows, "WWWBBBBW/WWBBBBWW/WBBBBWWW/BBBBWWWW/BBBWWWWB/BBWWWWBB/BWWWWBBB/WWWWBBBB/");
+        // Every type the desktop entry offers to open is one the reader knows.
+        QFile entry(ZARN_SOURCE_DIR "/packaging/org.example.Zarn.desktop");
+        QVERIFY(entry.open(QIODevice::ReadOnly));
+        const QByteArray text = entry.readAll();
+        for (const QByteArray& type :
+             text.mid(text.indexOf("MimeType=") + 9).split('\n').first().split(';'))
+            QVERIFY2(type.isEmpty() || QImageReader::supportedMimeTypes().contains(type),
+                     type.constData());
+    }
+
+private:
+    QTemporaryDir dir;
+};
+
+QTEST_MAIN(TestApp)
+#include "tst_app.moc"

@@ -1,0 +1,388 @@
+// SPDX-License-Identifier: MIT
+#include <QProgressBar>
+#include <QProgressDialog>
+#include <QPushButton>
+#include <QSet>
+#include <QTemporaryDir>
+#include <algorithm>
+#include <cmath>
+
+#include "filters/bumpfilter.h"
+#include "filters/invertfilter.h"
+#include "filters/zarnelatefilter.h"
+#include "filters/zarnifyfilter.h"
+#include "filters/zarnonimatefilter.h"
+#include "support/zarntest.h"
+
+namespace {
+
+// What a run's progress dialog offered and every value it was given.
+struct ProgressLog
+{
+    QString offered;
+    int maximum = 0;
+    QList<int> values;
+    bool showAtOnce = false; // so that a timer can cancel it
+};
+
+template <typename F> class Watched : public F
+{
+public:
+    Watched(QWidget* parent, ProgressLog* log) : F(parent), log(log) {}
+    ProgressLog* log;
+
+protected:
+    std::unique_ptr<QProgressDialog> createProgress(const QString& text, int max) const override
+    {
+        auto dialog = F::createProgress(text, max);
+        const bool modal =
+            dialog->windowModality() == Qt::WindowModal && dialog->parentWidget() == F::parent();
+        log->offered =
+            QString::asprintf("%s %s %d..%d%s", qPrintable(dialog->labelText()),
+                              qPrintable(dialog->template findChild<QPushButton*>()->text()),
+                              dialog->minimum(), dialog->maximum(), modal ? " modal" : "");
+        log->maximum = max;
+        QObject::connect(dialog->template findChild<QProgressBar*>(), &QProgressBar::valueChanged,
+                         [this](int value) { log->values.append(value); });
+        if (log->showAtOnce)
+            dialog->setMinimumDuration(0);
+        return dialog;
+    }
+};
+class OpenBump : public Watched<BumpFilter>
+{
+public:
+    using Watched<BumpFilter>::Watched;
+    using BumpFilter::bump;
+    using BumpFilter::bumpHeight;
+    using BumpFilter::bumpWidth;
+};
+class OpenZarnonimate : public Watched<ZarnonimateFilter>
+{
+public:
+    using Watched<ZarnonimateFilter>::Watched;
+    using ZarnonimateFilter::rowTable;
+};
+
+// The filter of a menu entry and the picture its default run should give.
+Filter* makeFilter(const QString& name, QWidget* parent, ProgressLog* log)
+{
+    if (name == "Zarnert")
+        return new Watched<InvertFilter>(parent, log);
+    if (name == "Zarnelate")
+        return new Watched<ZarnelateFilter>(parent, log);
+    if (name == "Zarnify")
+        return new Watched<ZarnifyFilter>(parent, log);
+    if (name == "Zarnelure")
+        return new OpenBump(parent, log);
+    return new OpenZarnonimate(parent, log);
+}
+QImage filterResult(const QString& name, Filter* filter, QImage picture)
+{
+    if (name == "Zarnert")
+        invert_pixels(picture);
+    else if (name == "Zarnelate")
+        return (std::srand(1),
+                zarnelate_image(picture, QBitmap(":/data/zarn_bitmap_small.png"), 16));
+    else if (name == "Zarnify")
+        zarnify_image(picture, 25);
+    else if (name == "Zarnelure")
+        return bump_image(picture, static_cast<BumpFilter*>(filter)->slopes(), 64, 64, 50);
+    else
+        return zarnonimate_image(picture, static_cast<ZarnonimateFilter*>(filter)->rowTables(), 128,
+                                 128);
+    return picture;
+}
+// What a run through an empty selection leaves: the result over the picture.
+QImage expectedRun(const QString& name, Filter* filter, QImage picture)
+{
+    QPainter(&picture).drawImage(0, 0, filterResult(name, filter, picture));
+    return picture;
+}
+
+// The classic 16-bit colour model, transcribed step by step apart from the
+// filter's own tables.
+QRgb classicZarnify(QRgb pixel, int value)
+{
+    const double exponent = (value / -100.0 + 1.0) * 0.5, shift = (value * 0.25) / 100.0;
+    const double r = (qRed(pixel) * 257) / 65535.0, g = (qGreen(pixel) * 257) / 65535.0,
+                 b = (qBlue(pixel) * 257) / 65535.0;
+    const double max = std::max({r, g, b}), delta = max - std::min({r, g, b});
+    const int value16 = int(max * 65535 + 0.5);
+    int hue16 = -1, saturation16 = 0;
+    if (delta > 1e-12) {
+        saturation16 = int(delta / max * 65535 + 0.5);
+        double hue = r == max   ? (g - b) / delta
+                     : g == max ? 2.0 + (b - r) / delta
+                                : 4.0 + (r - g) / delta;
+        hue = hue * 60.0 < 0.0 ? hue * 60.0 + 360.0 : hue * 60.0;
+        hue16 = int(hue * 100 + 0.5);
+    }
+    const double newH = std::fmod(shift + (hue16 < 0 ? -1.0 : hue16 / 36000.0), 1.0);
+    const int h16 = newH == -1.0 ? -1 : int(newH * 36000 + 0.5);
+    const int s16 = int(std::pow(saturation16 / 65535.0, exponent) * 65535 + 0.5);
+    const int v16 = int(std::pow(value16 / 65535.0, exponent) * 65535 + 0.5);
+    if ((newH < 0.0 || newH > 1.0) && newH != -1.0)
+        return pixel | 0xFF000000u;
+    if (s16 == 0 || h16 < 0)
+        return qRgb(v16 >> 8, v16 >> 8, v16 >> 8);
+    const double sector = h16 == 36000 ? 0 : h16 / 6000.0, s = s16 / 65535.0, v = v16 / 65535.0;
+    const int i = int(sector);
+    const double f = sector - i;
+    auto c8 = [](double x) { return int(x * 65535 + 0.5) >> 8; };
+    const int p = c8(v * (1.0 - s)), q = c8(v * (1.0 - s * f)), t = c8(v * (1.0 - s * (1.0 - f))),
+              top = c8(v);
+    const int rgb[6][3] = {{top, t, p}, {q, top, p}, {p, top, t},
+                           {p, q, top}, {t, p, top}, {top, p, q}};
+    return qRgb(rgb[i][0], rgb[i][1], rgb[i][2]);
+}
+
+QPoint sourceOf(const QImage& result, int x, int y)
+{
+    return QPoint(qRed(result.pixel(x, y)), qGreen(result.pixel(x, y)));
+}
+
+// The silhouette's row 0 spans columns 51 to 71 and shows these tile columns.
+const QList<int> kRowZeroOffsets = {0,  6,  13, 19, 25, 32,  38,  44,  51,  57, 64,
+                                    70, 76, 83, 89, 95, 102, 108, 114, 121, 127};
+
+} // namespace
+
+class TestFilters : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void runProtocol_data();
+    void runProtocol();
+    void invertAndZarnelateNumbers();
+    void zarnifyFollowsTheClassicModel();
+    void bumpSlopesAndDisplacement();
+    void zarnonimateOffsets();
+};
+
+void TestFilters::runProtocol_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("expected"); // dialog offered | progress offered, values given
+    QTest::newRow("invert") << "Zarnert"
+                            << "|, 0";
+    QTest::newRow("zarnelate") << "Zarnelate"
+                               << "Zarnelate 16 4..100|Zarnelating... Cancel 0..625 modal, 7";
+    QTest::newRow("zarnify") << "Zarnify"
+                             << "Zarnify 25 1..100|Zarnifying... Cancel 0..199 modal, 200";
+    QTest::newRow("bump") << "Zarnelure"
+                          << "Zarnelure 50 -100..100|Zarneluring... Cancel 0..199 modal, 200";
+    QTest::newRow("zarnonimate") << "Zarnonimate"
+                                 << "|Zarnonimating... Cancel 0..199 modal, 200";
+}
+
+// A fresh run asks (cancel: no undo step), a repeated one does not; either
+// gives the pure function's picture through the selection, one undo step,
+// and reports progress. Cancel there keeps the picture and the undo step.
+void TestFilters::runProtocol()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, expected);
+    const QImage picture = positions(200, 200);
+    Harness h(picture);
+    ProgressLog log;
+    Filter* filter = makeFilter(name, &h.window, &log);
+    const bool asks = !expected.startsWith('|');
+    const auto offered = answerSlider(std::nullopt, asks ? 200 : 0);
+    filter->run(h.canvas, false);
+    QCoreApplication::processEvents();
+    h.canvas->image() = picture;
+    QCOMPARE(h.canvas->undoCount(), asks ? 1 : 2);
+    log.values.clear();
+    h.select(QRect(2, 3, 40, 20));
+    std::srand(1);
+    filter->run(h.canvas, true);
+    QCOMPARE(*offered + "|" + log.offered + ", " + QString::number(log.values.size()), expected);
+    QCOMPARE(h.canvas->undoCount(), asks ? 2 : 3);
+    const QImage all = expectedRun(name, filter, picture);
+    for (QPoint p : {QPoint(2, 3), QPoint(41, 22), QPoint(1, 3), QPoint(42, 22), QPoint(150, 50)})
+        QCOMPARE(h.canvas->image().pixel(p),
+                 QRect(2, 3, 40, 20).contains(p) ? all.pixel(p) : picture.pixel(p));
+    h.canvas->clearMask();
+    h.canvas->image() = picture;
+    std::srand(1);
+    filter->run(h.canvas, true);
+    QCOMPARE(h.canvas->image(), all);
+    if (log.offered.isEmpty())
+        return;
+    log.showAtOnce = true;
+    h.canvas->image() = picture;
+    std::function<void(int)> cancelWhenShown = [&](int attempts) {
+        QTimer::singleShot(0, &h.window, [&, attempts] {
+            auto* dialog = h.window.findChild<QProgressDialog*>();
+            if (dialog && dialog->isVisible())
+                dialog->cancel();
+            else if (attempts)
+                cancelWhenShown(attempts - 1);
+        });
+    };
+    cancelWhenShown(1000);
+    filter->run(h.canvas, true);
+    QCOMPARE(h.canvas->image(), picture);
+    QCOMPARE(h.canvas->undoCount(), asks ? 4 : 5);
+    QVERIFY(log.values.last() < log.maximum);
+}
+
+void TestFilters::invertAndZarnelateNumbers()
+{
+    const QList<QRgb> input = {0x80400080u, 0xFF000000u, 0x00000000u, 0x7F123456u};
+    QImage image(4, 1, QImage::Format_ARGB32_Premultiplied);
+    std::copy(input.begin(), input.end(), reinterpret_cast<QRgb*>(image.bits()));
+    invert_pixels(image);
+    const auto* line = reinterpret_cast<const QRgb*>(image.constBits());
+    QCOMPARE(QList<QRgb>(line, line + 4),
+             QList<QRgb>({0x80BFFF7Fu, 0xFFFFFFFFu, 0x00FFFFFFu, 0x7FEDCBA9u}));
+
+    QCOMPARE(zarnelate_stamp_count(800, 600, 16), 7500);
+    QCOMPARE(zarnelate_stamp_count(100, 100, 100), 4);
+    QCOMPARE(zarnelate_stamp_count(10, 10, 21), 0);
+    QCOMPARE(zarnelate_stamp_count(10, 10, 20), 1);
+    // A solid silhouette stamps opaque squares: x then y per stamp, centres
+    // up to size beyond the edges, colours read at the clamped centre.
+    QImage source(12, 9, QImage::Format_ARGB32_Premultiplied);
+    for (int y = 0; y < 9; ++y)
+        for (int x = 0; x < 12; ++x)
+            source.setPixel(x, y, qRgb(x * 8, y * 8, 128));
+    source.setPixel(0, 0, 0x80402010u); // translucent: its stored channels, made opaque
+    QImage expected = filled(12, 9, 0);
+    std::srand(1);
+    for (int i = 0; i < zarnelate_stamp_count(12, 9, 4); ++i) {
+        const int x = std::rand() % 20 - 4, y = std::rand() % 17 - 4;
+        const QRgb c = source.pixel(qBound(0, x, 11), qBound(0, y, 8)) | 0xFF000000u;
+        QPainter(&expected).fillRect(x - 4, y - 4, 8, 8, QColor(c));
+    }
+    QBitmap solid(16, 16);
+    solid.fill(Qt::color1);
+    std::srand(1);
+    QCOMPARE(zarnelate_image(source, solid, 4), expected);
+    // Colours that differ only in the low three bits share one brush.
+    QImage halves = filled(20, 10, qRgb(0x10, 0x20, 0x30));
+    QPainter(&halves).fillRect(10, 0, 10, 10, QColor(0x17, 0x27, 0x37));
+    const QImage result = zarnelate_image(halves, solid, 4);
+    QSet<QRgb> colours;
+    for (int y = 0; y < 10; ++y)
+        for (int x = 0; x < 20; ++x)
+            if (qAlpha(result.pixel(x, y)) == 255)
+                colours.insert(result.pixel(x, y));
+    QCOMPARE(colours.size(), 1);
+}
+
+void TestFilters::zarnifyFollowsTheClassicModel()
+{
+    QCOMPARE(zarnify_pixel(qRgb(255, 0, 0), 25), qRgb(255, 96, 0));
+    QCOMPARE(zarnify_pixel(qRgb(0, 0, 255), 25), qRgb(96, 0, 255));
+    QCOMPARE(zarnify_pixel(qRgb(255, 0, 0), 100), qRgb(128, 255, 0));
+    QCOMPARE(zarnify_pixel(0x80800000u, 25), zarnify_pixel(0xFF800000u, 25));
+    QCOMPARE(zarnify_pixel(0x80404040u, 1), 0xFF404040u);
+    // Every colour at the initial value, a prime-strided walk at the others.
+    for (int value : {25, 1, 2, 50, 99, 100}) {
+        const int stride = value == 25 ? 1 : 101, count = (0x1000000 + stride - 1) / stride;
+        QImage image(4096, (count + 4095) / 4096, QImage::Format_ARGB32_Premultiplied);
+        auto* pixels = reinterpret_cast<QRgb*>(image.bits());
+        for (int i = 0; i < image.width() * image.height(); ++i)
+            pixels[i] = 0xFF000000u | QRgb(std::min(i, count - 1) * stride);
+        QVERIFY(zarnify_image(image, value));
+        for (int colour = 0; colour < 0x1000000; colour += stride) {
+            const QRgb out = pixels[colour / stride];
+            if (out != classicZarnify(QRgb(colour), value) ||
+                (stride > 1 && zarnify_pixel(QRgb(colour), value) != out))
+                QFAIL(qPrintable(QString("%1 at %2").arg(colour, 0, 16).arg(value)));
+        }
+    }
+}
+
+void TestFilters::bumpSlopesAndDisplacement()
+{
+    QCOMPARE(bump_luminance(0x00FFFFFFu), 255);
+    QCOMPARE(bump_luminance(qRgb(255, 0, 0)), 87);
+    QImage map(3, 3, QImage::Format_ARGB32); // greys, whose luminance is their level
+    const int grey[9] = {10, 50, 90, 200, 0, 30, 60, 120, 250};
+    for (int i = 0; i < 9; ++i)
+        map.setPixel(i % 3, i / 3, qRgb(grey[i], grey[i], grey[i]));
+    map.setPixel(2, 1, qRgba(30, 30, 30, 128));
+    const QTemporaryDir dir;
+    QVERIFY(map.save(dir.filePath("map.png")));
+    QWidget window;
+    ProgressLog log;
+    OpenBump filter(&window, &log);
+    QCOMPARE(std::make_pair(filter.bumpWidth, filter.bumpHeight), std::make_pair(64, 64));
+    QVERIFY(filter.loadBump(dir.filePath("map.png").toUtf8().constData()));
+    QCOMPARE(std::make_pair(filter.bumpWidth, filter.bumpHeight), std::make_pair(3, 3));
+    const float l = 15; // 30 at alpha 128, premultiplied
+    const BumpTable expected = {{-40, 140},   {80, -120},    {-40, l - 250},
+                                {-l, 50},     {l - 200, 70}, {200, 160},
+                                {-130, -190}, {190, 50},     {-60, 90 - l}};
+    QCOMPARE(filter.slopes(), expected);
+    QVERIFY(!filter.loadBump("/nonexistent/map.png"));
+    QCOMPARE(filter.slopes(), expected);
+
+    // Any table, tiled from the top-left, and value: the source is
+    // floor(x + dx * k), floor(y + dy * k), clamped to the picture.
+    const QImage source = positions(23, 17);
+    BumpTable table;
+    for (int i = 0; i < 29 * 5; ++i)
+        table.push_back({float((i * 97) % 511 - 255), float((i * 61) % 511 - 255)});
+    table[4] = {0.99999994f, -2.3f}; // just below an integer
+    for (const auto& [w, h] : {std::pair(29, 5), {5, 29}})
+        for (int value = -100; value <= 100; value += 7) {
+            const QImage result = bump_image(source, table, w, h, value);
+            for (int y = 0; y < 17; ++y)
+                for (int x = 0; x < 23; ++x) {
+                    const auto& [dx, dy] = table[size_t(x % w + (y % h) * w)];
+                    const int sx = int(std::floor(x + double(dx) * (value * 0.025)));
+                    const int sy = int(std::floor(y + double(dy) * (value * 0.025)));
+                    if (sourceOf(result, x, y) != QPoint(qBound(0, sx, 22), qBound(0, sy, 16)))
+                        QFAIL(qPrintable(QString("%1 at %2,%3").arg(value).arg(x).arg(y)));
+                }
+        }
+    QImage translucent = source; // value 0 copies every 32-bit value
+    translucent.setPixel(4, 4, 0x40102030u);
+    QCOMPARE(bump_image(translucent, {{0, -40}}, 1, 1, 0), translucent);
+    filter.bump.clear(); // without a height map a run neither asks nor changes anything
+    Harness h(source);
+    const int undoBefore = h.canvas->undoCount();
+    const auto none = answerSlider(std::nullopt, 0);
+    filter.run(h.canvas, false);
+    QCoreApplication::processEvents();
+    QVERIFY(none->isEmpty());
+    QCOMPARE(h.canvas->undoCount(), undoBefore);
+}
+
+void TestFilters::zarnonimateOffsets()
+{
+    const OffsetTable example = {{0, false}, {1, false}, {0, true},  {2, true},
+                                 {5, true},  {7, true},  {6, false}, {7, false}};
+    QCOMPARE(calc_ofs(8, 2, 5), example);
+    QCOMPARE(calc_ofs(4, 0, 2)[1], std::make_pair(2, true)); // halves round up
+    QCOMPARE(calc_ofs(6, 0, 2)[1], std::make_pair(3, true));
+    QCOMPARE(calc_ofs(3, -1, -1), (OffsetTable{{0, false}, {1, false}, {2, false}}));
+    QCOMPARE(calc_ofs(4, 2, 2), (OffsetTable{{0, false}, {1, false}, {0, true}, {3, false}}));
+
+    QWidget window;
+    ProgressLog log;
+    OpenZarnonimate filter(&window, &log);
+    const QImage result = zarnonimate_image(positions(200, 130), filter.rowTables(), 128, 128);
+    for (int y : {0, 128}) // row 128 starts the silhouette over
+        for (int x = 0; x < 200; ++x) {
+            const int column = x % 128;
+            const bool inside = column >= 51 && column <= 71;
+            const int from = inside ? qMin(x - column + kRowZeroOffsets[column - 51], 199) : 0;
+            QCOMPARE(result.pixel(x, y), inside ? qRgb(from, y, 7) : 0xFF000000u);
+        }
+    QImage narrow = positions(62, 1); // column 61 would show 64: it shows its last column
+    narrow.setPixel(61, 0, 0x40102030u);
+    QCOMPARE(zarnonimate_image(narrow, filter.rowTables(), 128, 128).pixel(61, 0), 0x40102030u);
+    filter.rowTable.clear(); // without tables there is no undo step either
+    Harness h(narrow);
+    filter.run(h.canvas, true);
+    QCOMPARE(h.canvas->undoCount(), 1);
+}
+
+QTEST_MAIN(TestFilters)
+#include "tst_filters.moc"

@@ -1,0 +1,335 @@
+// SPDX-License-Identifier: MIT
+// Nothing may crash Zarn, hang it or lose the picture: hostile files on the
+// Open path, a failed save, extreme sizes and a random session.
+#include <QColorDialog>
+#include <QElapsedTimer>
+#include <QFontDialog>
+#include <QMenuBar>
+#include <QProgressDialog>
+#include <QTemporaryDir>
+#include <QtEndian>
+#include <csignal>
+#include <random>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include "app/imagefile.h"
+#include "filters/zarnifyfilter.h"
+#include "support/zarntest.h"
+
+namespace {
+
+QByteArray be32(quint32 value)
+{
+    QByteArray bytes(4, '\0');
+    qToBigEndian(value, bytes.data());
+    return bytes;
+}
+
+QByteArray pngChunk(const QByteArray& type, const QByteArray& data)
+{
+    quint32 crc = 0xffffffffu;
+    for (char c : type + data) {
+        crc ^= quint8(c);
+        for (int bit = 0; bit < 8; ++bit)
+            crc = (crc >> 1) ^ (0xedb88320u & (0u - (crc & 1u)));
+    }
+    return be32(quint32(data.size())) + type + data + be32(~crc);
+}
+
+// An RGBA PNG whose header claims the size; its pixels are a few black rows.
+QByteArray pngClaiming(quint32 width, quint32 height, const QByteArray& beforeData = {})
+{
+    return QByteArray("\x89PNG\r\n\x1a\n", 8) +
+           pngChunk("IHDR", be32(width) + be32(height) + QByteArray("\x08\x06\x00\x00\x00", 5)) +
+           beforeData + pngChunk("IDAT", qCompress(QByteArray(64, '\0')).mid(4)) +
+           pngChunk("IEND", {});
+}
+
+QString writeFile(const QTemporaryDir& dir, const QString& name, const QByteArray& bytes)
+{
+    QFile file(dir.filePath(name));
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() ? file.fileName()
+                                                                                : QString();
+}
+
+QByteArray readFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
+}
+
+long statusKiB(const QByteArray& field)
+{
+    for (const QByteArray& line : readFile("/proc/self/status").split('\n'))
+        if (line.startsWith(field + ':'))
+            return line.mid(field.size() + 1).trimmed().split(' ').first().toLong();
+    return -1;
+}
+
+// What a healthy document looks like whatever happened to it.
+QString brokenInvariant(MainWindow& window, QSize size)
+{
+    Canvas* canvas = window.currentCanvas();
+    if (!canvas)
+        return window.toolActions()->isEnabled() ? "tools enabled without a document" : QString();
+    const QImage& image = canvas->image();
+    const std::pair<bool, const char*> checks[] = {
+        {image.format() != QImage::Format_ARGB32_Premultiplied, "format changed"},
+        {size.isValid() && image.size() != size, "size changed"},
+        {canvas->mask().size() != image.size(), "mask and picture sizes differ"},
+        {canvas->undoCount() + canvas->redoCount() > 20, "history beyond 20"},
+        {canvas->unpairedCursorPops() != 0, "cursor popped more than pushed"},
+        {canvas->tool() && canvas->tool()->activeCanvas() != canvas, "tool on another canvas"}};
+    for (const auto& [broken, what] : checks)
+        if (broken)
+            return what;
+    return {};
+}
+
+} // namespace
+
+class TestReliability : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void hostileFilesKeepTheDocument();
+    void fullDiskKeepsTheOldFile();
+    void extremeSizes_data();
+    void extremeSizes();
+    void randomSession_data();
+    void randomSession();
+
+private:
+    QTemporaryDir dir;
+};
+
+void TestReliability::initTestCase()
+{
+    QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    QVERIFY(dir.isValid());
+}
+
+// Refused quickly, from the header, before a claimed giant is allocated;
+// the open document stays.
+void TestReliability::hostileFilesKeepTheDocument()
+{
+    const QByteArray good = pngClaiming(3, 2);
+    QCOMPARE(::mkfifo(QFile::encodeName(dir.filePath("pipe.png")).constData(), 0600), 0);
+    QByteArray bmp("BM\x46\0\0\0\0\0\0\0\x36\0\0\0\x28\0\0\0\xa0\x86\x01\0\x60\x79\xfe\xff", 26);
+    const QStringList hostile = {
+        writeFile(dir, "empty.png", {}), writeFile(dir, "text.png", "no picture here\n"),
+        writeFile(dir, "half.png", good.left(good.size() / 2)),
+        writeFile(dir, "signature.png", good.left(8)),
+        writeFile(dir, "giant.png", pngClaiming(100000, 100000)),
+        writeFile(dir, "wide.png", pngClaiming(0x7fffffff, 1)),
+        writeFile(dir, "just-over.png", pngClaiming(16385, 16384)), // 1 GiB and a row
+        writeFile(dir, "giant.bmp", bmp + QByteArray("\x01\0\x20\0", 4) + QByteArray(40, 0)),
+        writeFile(dir, "giant.gif",
+                  QByteArray::fromHex("474946383961ffffffff800000000000ffffff"
+                                      "2c00000000ffffffff0002024401003b")),
+        writeFile(dir, "giant.svg",
+                  "<svg xmlns='http://www.w3.org/2000/svg' width='1e5' height='1e5'/>"),
+        // A text chunk that claims a gigabyte in a file of a few dozen bytes.
+        writeFile(dir, "lying.png", pngClaiming(3, 2, be32(0x40000000u) + "tEXtComment")),
+        dir.filePath("pipe.png"), "/proc/self/mem", "/dev/zero", dir.filePath("missing.png")};
+    const QDir suite(ZARN_TESTDATA_DIR "/png"); // and the suite's own broken files
+    Harness h(QImage(suite.filePath("basn2c08.png")));
+    h.window.setFilename("kept.png");
+    const QImage pixels = h.canvas->image();
+    QFile peak("/proc/self/clear_refs"); // resets the peak mark to the current size
+    QVERIFY(peak.open(QIODevice::WriteOnly) && peak.write("5") == 1);
+    peak.close();
+    const long before = statusKiB("VmRSS");
+    for (const QString& path : hostile + suite.entryList({"x*.png"}, QDir::Files)) {
+        answerFileDialog(path.startsWith('/') ? path : suite.filePath(path));
+        QElapsedTimer clock;
+        clock.start();
+        QMetaObject::invokeMethod(&h.window, "fileOpen");
+        QVERIFY2(clock.elapsed() < 2000, qPrintable(path));
+        QCOMPARE(h.window.currentCanvas(), h.canvas);
+        QCOMPARE(h.window.windowTitle() + (h.canvas->image() == pixels ? "" : " changed"),
+                 QString("kept.png"));
+    }
+    QVERIFY((statusKiB("VmHWM") - before) / 1024 < 64);
+    answerFileDialog(writeFile(dir, "good.png", good + "trailing"));
+    QMetaObject::invokeMethod(&h.window, "fileOpen");
+    QCOMPARE(h.window.currentCanvas()->image().size(), QSize(3, 2));
+}
+
+void TestReliability::fullDiskKeepsTheOldFile()
+{
+    QImage noise(300, 200, QImage::Format_ARGB32_Premultiplied); // far above the limit as PNG
+    quint32 state = 99;
+    for (int i = 0; i < 300 * 200; ++i)
+        reinterpret_cast<QRgb*>(noise.bits())[i] =
+            0xff000000u | ((state = state * 1664525u + 1013904223u) >> 8);
+    Harness h(noise);
+    h.window.setFilename("");
+    h.canvas->undoSnapshot();
+    const QString target = writeFile(dir, "keep.png", "precious bytes");
+    const QStringList entries = QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden);
+    rlimit saved{}, lowered{};
+    getrlimit(RLIMIT_FSIZE, &saved);
+    lowered = saved;
+    lowered.rlim_cur = 4096; // every write beyond fails, as on a full disk
+    auto* previous = std::signal(SIGXFSZ, SIG_IGN);
+    QCOMPARE(setrlimit(RLIMIT_FSIZE, &lowered), 0);
+    answerFileDialog(target);
+    const bool saved4k = h.window.save();
+    setrlimit(RLIMIT_FSIZE, &saved);
+    std::signal(SIGXFSZ, previous);
+    QVERIFY(!saved4k);
+    QCOMPARE(readFile(target), QByteArray("precious bytes"));
+    QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden), entries); // no leftovers
+    QCOMPARE(h.window.windowTitle() + (h.canvas->isChanged() ? " changed" : ""),
+             QString("Untitled changed"));
+    answerFileDialog(target);
+    QVERIFY(h.window.save());
+    QVERIFY(readFile(target).startsWith("\x89PNG"));
+}
+
+void TestReliability::extremeSizes_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("1x1") << QSize(1, 1);
+    QTest::newRow("1x300") << QSize(1, 300);
+    QTest::newRow("300x1") << QSize(300, 1);
+}
+
+// Every tool, every filter and every magnification from 1/64 to 64 on
+// pictures one pixel wide.
+void TestReliability::extremeSizes()
+{
+    QFETCH(QSize, size);
+    QImage original = positions(size.width(), size.height());
+    original.setPixel(0, 0, qRgb(7, 148, 2));
+    Harness h(original, "Brush");
+    const QPoint last(size.width() - 1, size.height() - 1);
+    h.drag({{0, 0}, last});
+    QVERIFY(h.canvas->image() != original);
+    h.canvas->undo();
+    for (const char* tool : {"Move", "Text", "Eyedropper", "Marquee", "Lasso", "Magic Wand"}) {
+        h.pick(tool);
+        h.drag({{0, 0}, last, {-3, 4}, {0, 0}});
+        QCOMPARE(brokenInvariant(h.window, size), QString());
+    }
+    QCOMPARE(h.window.drawColor(), QColor(7, 148, 2));
+    QCOMPARE(h.canvas->undoCount(), 2); // the brush's was undone, the word's stays
+    h.canvas->image() = original;
+    h.canvas->mask().fill(Qt::color1);
+    h.canvas->updateMaskStuff();
+    for (const char* entry :
+         {"Zarnert", "Zarnelate", "Zarnify", "Zarnelure", "Zarnonimate", "Last"}) {
+        answerSlider(100);
+        for (QAction* top : h.window.menuBar()->actions())
+            for (QAction* action : top->menu()->actions())
+                if (action->text() == entry)
+                    action->trigger();
+        QCOMPARE(brokenInvariant(h.window, size), QString());
+    }
+    QCOMPARE(h.canvas->undoCount(), 8);
+    for (int i = 0; i < 3; ++i)
+        h.canvas->undo();
+    QCOMPARE(h.canvas->image().pixel(0, 0), zarnify_pixel(qRgb(255 - 7, 255 - 148, 255 - 2), 100));
+    for (double magnification = 1 / 64.0; magnification <= 64; magnification *= 2) {
+        h.canvas->resetView();
+        h.canvas->zoom(magnification * h.canvas->viewRect().width() / h.canvas->width());
+        QCOMPARE(h.canvas->width() / h.canvas->viewRect().width(), magnification);
+        QCOMPARE(h.canvas->grab().size(), h.canvas->size());
+        QCOMPARE(brokenInvariant(h.window, size), QString());
+    }
+}
+
+void TestReliability::randomSession_data()
+{
+    QTest::addColumn<unsigned>("seed");
+    QTest::newRow("seed 1") << 1u;
+    QTest::newRow("seed 2") << 2u;
+}
+
+// Random input and random answers to every dialog over a real main window.
+void TestReliability::randomSession()
+{
+    QFETCH(unsigned, seed);
+    std::mt19937 random(seed);
+    auto pick = [&random](int n) { return int(random() % unsigned(n)); };
+    const QStringList files = {writeFile(dir, "one.png", pngClaiming(1, 1)),
+                               writeFile(dir, "text.png", "no picture"),
+                               QString(ZARN_TESTDATA_DIR "/png/basn6a08.png"),
+                               dir.filePath("s.bmp"),
+                               dir.filePath("s.zzz"),
+                               dir.filePath("s.png")};
+    positions(1, 300).save(dir.filePath("column.png"));
+    MainWindow window;
+    window.resize(400, 300);
+    window.show();
+    QList<QAction*> actions;
+    for (QAction* top : window.menuBar()->actions())
+        for (QAction* action : top->menu()->actions())
+            if (!action->isSeparator() && action->text() != "Quit")
+                actions << action;
+    QTimer answers;
+    connect(&answers, &QTimer::timeout, [&] {
+        QWidget* w = QApplication::activeModalWidget();
+        if (auto* progress = qobject_cast<QProgressDialog*>(w))
+            return pick(8) ? void() : progress->cancel();
+        auto* dialog = qobject_cast<QDialog*>(w);
+        if (!dialog || dialog->property("answered").toBool())
+            return;
+        dialog->setProperty("answered", true);
+        if (auto* slider = dynamic_cast<SliderDialog*>(dialog))
+            slider->valueSlider()->setValue(slider->valueSlider()->minimum() + pick(30));
+        if (auto* fileDialog = qobject_cast<QFileDialog*>(dialog))
+            fileDialog->findChild<QLineEdit*>("fileNameEdit")->setText(files[pick(files.size())]);
+        if (auto* box = qobject_cast<QMessageBox*>(dialog); box && box->button(QMessageBox::Yes))
+            return box->button(QMessageBox::Yes)->click();
+        QTimer::singleShot(0, dialog, [dialog, accept = pick(3) > 0] {
+            accept ? static_cast<QDialog*>(dialog)->accept() : dialog->reject();
+            if (dialog->isVisible())
+                dialog->reject();
+        });
+    });
+    answers.start(0);
+    QPoint pointer;
+    Qt::MouseButtons held;
+    const QString keys = "[]f0123456789vbtimlw +-=";
+    for (int step = 0; step < 2000; ++step) {
+        Canvas* canvas = window.currentCanvas();
+        const int kind = pick(20);
+        if (kind == 0) {
+            actions[pick(actions.size())]->trigger();
+        } else if (kind < 4 && canvas) {
+            const QChar key = keys[pick(keys.size())];
+            const auto mods = pick(6) ? Qt::NoModifier : Qt::ControlModifier;
+            QTest::keyPress(&window, key.toLatin1(), mods);
+            QTest::keyRelease(&window, key.toLatin1(), mods);
+        } else if (canvas) {
+            pointer = pick(10) ? QPoint(pick(canvas->width()), pick(canvas->height()))
+                               : QPoint(pick(2000) - 1000, pick(2000) - 1000);
+            const auto type = kind < 8    ? QEvent::MouseButtonPress
+                              : kind < 12 ? QEvent::MouseButtonRelease
+                                          : QEvent::MouseMove;
+            const Qt::MouseButton button = type == QEvent::MouseMove ? Qt::NoButton
+                                           : pick(4)                 ? Qt::LeftButton
+                                                                     : Qt::RightButton;
+            held = type == QEvent::MouseButtonPress     ? held | button
+                   : type == QEvent::MouseButtonRelease ? held & ~button
+                                                        : held;
+            Qt::KeyboardModifiers mods;
+            mods.setFlag(Qt::ShiftModifier, pick(4) == 0).setFlag(Qt::AltModifier, pick(5) == 0);
+            QMouseEvent event(type, pointer, canvas->mapToGlobal(pointer), button, held, mods);
+            QApplication::sendEvent(canvas, &event);
+        }
+        QCoreApplication::processEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        const QString broken = brokenInvariant(window, QSize());
+        QVERIFY2(broken.isEmpty(),
+                 qPrintable(QString("seed %1 step %2: %3").arg(seed).arg(step).arg(broken)));
+    }
+}
+
+QTEST_MAIN(TestReliability)
+#include "tst_reliability.moc"

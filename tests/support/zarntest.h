@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: MIT
+// What the test programs share: pictures made to order, the one driver of
+// modal dialogs, and a main window with a document to drive tools through.
+#pragma once
+
+#include <QAbstractButton>
+#include <QActionGroup>
+#include <QApplication>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QSlider>
+#include <QTest>
+#include <QTimer>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "app/mainwindow.h"
+#include "app/sliderdialog.h"
+#include "canvas/canvas.h"
+#include "tools/tool.h"
+
+inline QImage filled(int width, int height, QRgb pixel)
+{
+    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
+    image.fill(pixel);
+    return image;
+}
+
+// Opaque, and pixel (x, y) names its own position in red and green.
+inline QImage positions(int width, int height)
+{
+    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            image.setPixel(x, y, qRgb(x, y, 7));
+    return image;
+}
+
+// Hands the next modal widget to handle once it is up: start it right before
+// the call that blocks on the dialog. The timer re-arms through the event
+// loop instead of sleeping; with attempts 0 it looks once only.
+inline void whenModal(std::function<void(QWidget*)> handle, int attempts = 200)
+{
+    QTimer::singleShot(0, [handle, attempts]() {
+        if (QWidget* w = QApplication::activeModalWidget())
+            handle(w);
+        else if (attempts > 0)
+            whenModal(handle, attempts - 1);
+    });
+}
+
+// Types path into the next file dialog and accepts it, saying yes to an
+// overwrite question; a null path cancels. Returns the dialog's caption.
+inline std::shared_ptr<QString> answerFileDialog(const QString& path)
+{
+    auto caption = std::make_shared<QString>();
+    whenModal([path, caption](QWidget* w) {
+        *caption = w->windowTitle();
+        if (auto* dialog = qobject_cast<QFileDialog*>(w); dialog && !path.isNull()) {
+            whenModal([](QWidget* box) {
+                auto* question = qobject_cast<QMessageBox*>(box);
+                if (question && question->button(QMessageBox::Yes))
+                    question->button(QMessageBox::Yes)->click();
+                else if (question) // "file not found"
+                    question->close();
+            });
+            dialog->findChild<QLineEdit*>("fileNameEdit")->setText(path);
+            static_cast<QDialog*>(dialog)->accept(); // QFileDialog hides its own
+        }
+        if (w->isVisible()) // a path the dialog only navigated to
+            w->close();
+    });
+    return caption;
+}
+
+// Accepts the next slider dialog with value, or cancels it without one.
+// Returns what it offered: "title initial minimum..maximum".
+inline std::shared_ptr<QString> answerSlider(std::optional<int> value, int attempts = 200)
+{
+    auto seen = std::make_shared<QString>();
+    whenModal(
+        [seen, value](QWidget* w) {
+            auto* dialog = dynamic_cast<SliderDialog*>(w);
+            if (!dialog)
+                return;
+            QSlider* slider = dialog->valueSlider();
+            *seen = QString::asprintf("%s %d %d..%d", qPrintable(dialog->windowTitle()),
+                                      dialog->value(), slider->minimum(), slider->maximum());
+            slider->setValue(value.value_or(slider->value()));
+            value ? dialog->accept() : dialog->reject();
+        },
+        attempts);
+    return seen;
+}
+
+// A shown main window holding the picture at 1:1 with the tool picked from
+// the tool bar. Gestures take image points and go straight to the canvas
+// (the offscreen platform misplaces the cursor).
+class Harness
+{
+public:
+    explicit Harness(const QImage& picture, const QString& label = QString())
+    {
+        QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+        window.resize(900, 700);
+        window.show();
+        window.setCanvas(canvas = new Canvas(picture));
+        canvas->resetView();
+        pick(label);
+    }
+    void pick(const QString& label)
+    {
+        for (QAction* action : window.toolActions()->actions())
+            if (action->text() == label)
+                action->trigger();
+        tool = window.registeredTool(label);
+    }
+    void mouse(QEvent::Type type, const QPoint& at, Qt::MouseButton b = Qt::NoButton,
+               Qt::KeyboardModifiers mods = {})
+    {
+        if (type != QEvent::MouseMove)
+            held.setFlag(b, type == QEvent::MouseButtonPress);
+        QMouseEvent event(type, at, canvas->mapToGlobal(at), b, held, mods);
+        QApplication::sendEvent(canvas, &event);
+    }
+    QPoint at(int x, int y) const { return canvas->imageToWidget(x, y).toPoint(); }
+    void press(int x, int y, Qt::KeyboardModifiers mods = {}, Qt::MouseButton b = Qt::LeftButton)
+    {
+        mouse(QEvent::MouseButtonPress, at(x, y), b, mods);
+    }
+    void move(int x, int y) { mouse(QEvent::MouseMove, at(x, y)); }
+    void release(int x, int y, Qt::MouseButton b = Qt::LeftButton)
+    {
+        mouse(QEvent::MouseButtonRelease, at(x, y), b);
+    }
+    void drag(const QList<QPoint>& path, Qt::KeyboardModifiers mods = {})
+    {
+        press(path.first().x(), path.first().y(), mods);
+        for (const QPoint& p : path.mid(1))
+            move(p.x(), p.y());
+        release(path.last().x(), path.last().y());
+    }
+    void type(const QString& text, int times = 1)
+    {
+        for (int i = 0; i < times; ++i)
+            QTest::keyClicks(canvas, text);
+    }
+    void select(const QRegion& region)
+    {
+        canvas->mask().fill(Qt::color0);
+        QPainter painter(&canvas->mask());
+        painter.setClipRegion(region);
+        painter.fillRect(canvas->mask().rect(), Qt::color1);
+        painter.end();
+        canvas->updateMaskStuff();
+    }
+    QRegion selection() const { return QRegion(canvas->mask()); }
+    bool selects(const QRegion& region) const { return (selection() ^ region).isEmpty(); }
+
+    MainWindow window;
+    Canvas* canvas = nullptr;
+    Tool* tool = nullptr;
+
+private:
+    Qt::MouseButtons held;
+};

@@ -1,0 +1,352 @@
+// SPDX-License-Identifier: MIT
+#include <QFontDialog>
+#include <QRandomGenerator>
+#include <QStatusBar>
+#include <cmath>
+#include <queue>
+
+#include "support/zarntest.h"
+#include "tools/brushtool.h"
+#include "tools/magicwandtool.h"
+#include "tools/texttool.h"
+
+namespace {
+
+// Where the red channels differ by more than threshold.
+QRect changedArea(const QImage& before, const QImage& after, int threshold = 0)
+{
+    QRect area;
+    for (int y = 0; y < after.height(); ++y)
+        for (int x = 0; x < after.width(); ++x)
+            if (before.pixel(x, y) != after.pixel(x, y) &&
+                qAbs(qRed(before.pixel(x, y)) - qRed(after.pixel(x, y))) >= threshold)
+                area |= QRect(x, y, 1, 1);
+    return area;
+}
+
+// The tool's preview alone, over black, at scale screen pixels per image pixel.
+QImage preview(Tool* tool, int width, int height, qreal scale = 1)
+{
+    QImage screen = filled(width, height, 0xff000000);
+    QPainter painter(&screen);
+    painter.scale(scale, scale);
+    tool->paintEvent(&painter);
+    return screen;
+}
+
+QRegion pixels(const QList<QPoint>& points)
+{
+    QRegion region;
+    for (const QPoint& p : points)
+        region += QRect(p, QSize(1, 1));
+    return region;
+}
+
+} // namespace
+
+class TestTools : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void brush()
+    {
+        QBitmap shape(512, 512);
+        shape.fill(Qt::color0);
+        QPainter(&shape).fillRect(QRect(100, 50, 200, 400), Qt::color1);
+        const QImage full = create_brush(shape, QColor(200, 10, 20), 256);
+        QCOMPARE(changedArea(filled(512, 512, 0), full), QRect(100, 50, 200, 400));
+        QCOMPARE(full.pixel(100, 50), qRgb(200, 10, 20));
+
+        const QImage white = filled(300, 200, 0xffffffff);
+        Harness h(white, "Brush");
+        QCOMPARE(h.window.statusBar()->currentMessage(), QString("Resize brush with [ and ]"));
+        h.move(40, 60); // the preview: a 30-pixel square about the pointer
+        const QRect shown = changedArea(filled(300, 200, 0xff000000), preview(h.tool, 300, 200));
+        QVERIFY(QRect(25, 45, 30, 30).contains(shown) && shown.width() >= 28);
+        h.window.setDrawColor(Qt::black);
+        h.drag({{100, 100}});
+        QCOMPARE(changedArea(white, h.canvas->image()), QRect(85, 85, 30, 30));
+        QCOMPARE(h.canvas->undoCount(), 2);
+        h.canvas->undo();
+        h.press(50, 100, {}, Qt::RightButton); // only the left button paints
+        h.move(100, 100);
+        QCOMPARE(h.canvas->image(), white);
+        h.drag({{50, 100}, {100, 100}, {150, 100}}); // one snapshot, one stamp per point
+        QCOMPARE(h.canvas->undoCount(), 2);
+        for (int x : {50, 75, 100, 125, 150, 170})
+            QCOMPARE(h.canvas->image().pixel(x, 100) == 0xffffffff, x % 50 != 0);
+        h.canvas->undo(); // clipped to the selection; half opacity gives mid grey
+        h.select(QRect(0, 0, 100, 200));
+        h.type("5a-0"); // a letter means nothing, "-" and "0" belong to the view
+        h.press(100, 100);
+        QCOMPARE(changedArea(white, h.canvas->image()).right(), 99);
+        QVERIFY(qAbs(qRed(h.canvas->image().pixel(99, 100)) - 128) <= 1);
+    }
+
+    void brushSizeSteps_data()
+    {
+        QTest::addColumn<QString>("keys");
+        QTest::addColumn<int>("size");
+        QTest::newRow("smallest") << QString(20, '[') << 1;
+        QTest::newRow("1 to 15 by one") << QString(20, '[') + QString(14, ']') << 15;
+        QTest::newRow("then by 5") << "]" << 20;
+        QTest::newRow("20 down to 15") << "][" << 15;
+        QTest::newRow("50 up by 10") << "]]]]]]]]" << 60;
+        QTest::newRow("50 down by 5") << "]]]]]]][" << 45;
+        QTest::newRow("100 up by 25") << QString(13, ']') << 125;
+        QTest::newRow("100 down by 10") << QString(12, ']') + "[" << 90;
+        QTest::newRow("200 up, capped") << QString(18, ']') << 256;
+        QTest::newRow("256 down by 50") << QString(18, ']') + "[" << 206;
+    }
+    void brushSizeSteps()
+    {
+        QFETCH(QString, keys);
+        QFETCH(int, size);
+        Harness h(filled(10, 10, 0), "Brush");
+        h.type(keys);
+        QCOMPARE(static_cast<BrushTool*>(h.tool)->brushSize(), size);
+    }
+
+    void text()
+    {
+        const QImage white = filled(600, 300, 0xffffffff);
+        Harness h(white, "Text");
+        QCOMPARE(h.window.statusBar()->currentMessage(),
+                 QString("Resize text with [ and ], press F to select font"));
+        h.window.setDrawColor(Qt::black);
+        h.drag({{100, 200}, {300, 250}}); // one word, its baseline's left end at the press
+        QCOMPARE(h.canvas->undoCount(), 2);
+        const QImage full = h.canvas->image();
+        const QRect word = changedArea(white, full, 128); // 72 points, no descenders
+        QVERIFY2(
+            word.bottom() <= 200 && word.bottom() >= 197 && word.top() < 160 &&
+                word.left() >= 100 && word.left() < 110 && word.right() < 350,
+            qPrintable(QString("%1 %2 %3").arg(word.left()).arg(word.top()).arg(word.bottom())));
+        h.canvas->undo();
+        h.type("3"); // 30 % black over white leaves 178 where the word was solid
+        h.select(QRect(0, 0, 150, 300));
+        h.press(100, 200);
+        QCOMPARE(changedArea(white, h.canvas->image()).right(), 149);
+        int solid = 0;
+        for (int y = 100; y <= 200; ++y)
+            for (int x = 100; x < 150; ++x)
+                if (qRed(full.pixel(x, y)) == 0 && ++solid)
+                    QVERIFY(qAbs(qRed(h.canvas->image().pixel(x, y)) - 178) <= 1);
+        QVERIFY(solid > 50);
+    }
+
+    void textKeysAndFontDialog()
+    {
+        Harness h(filled(100, 100, 0xffffffff), "Text");
+        auto* text = static_cast<TextTool*>(h.tool);
+        QStringList titles;
+        whenModal([&titles](QWidget* w) { titles << w->windowTitle(), w->close(); }, 0);
+        QTest::sendKeyEvent(QTest::Click, h.canvas, Qt::Key_F, "F", Qt::ShiftModifier); // not "f"
+        QCoreApplication::processEvents();
+        h.type("[", 36);
+        QCOMPARE(text->textFont().pointSize(), 2);
+        whenModal([&titles](QWidget* dialog) {
+            auto* fonts = qobject_cast<QFontDialog*>(dialog);
+            titles << dialog->windowTitle();
+            QFont chosen = fonts->currentFont();
+            chosen.setPointSize(20);
+            fonts->setCurrentFont(chosen);
+            fonts->accept();
+        });
+        h.type("f]");
+        QCOMPARE(titles, QStringList("Select Font"));
+        QCOMPARE(text->textFont().pointSize(), 22);
+    }
+
+    void eyedropper()
+    {
+        QImage picture = positions(20, 20);
+        picture.setPixel(0, 0, 0x80808080); // half-transparent white reads as opaque mid grey
+        Harness h(picture, "Eyedropper");
+        const auto pick = [&h](const QPointF& p) {
+            h.window.setDrawColor(Qt::blue);
+            h.tool->mousePressEvent(QPoint(), p, Qt::LeftButton, Qt::LeftButton, {});
+            return h.window.drawColor();
+        };
+        QCOMPARE(pick({9.5, 9.49}), QColor(10, 9, 7)); // halves round up, also below zero
+        QCOMPARE(pick({-0.5, 3}), QColor(0, 3, 7));
+        QCOMPARE(pick({-0.6, 3}), QColor(Qt::blue));
+        QCOMPARE(pick({19.49, 2}), QColor(19, 2, 7));
+        QCOMPARE(pick({19.5, 2}), QColor(Qt::blue));
+        QCOMPARE(pick({3, -1e300}), QColor(Qt::blue));
+        QCOMPARE(pick({0, 0}), QColor(128, 128, 128));
+        h.drag({{4, 7}, {12, 12}}); // a drag picks at the press only, the right button never
+        h.press(5, 5, {}, Qt::RightButton);
+        QCOMPARE(h.window.drawColor(), QColor(4, 7, 7));
+    }
+
+    void marqueeAndLasso()
+    {
+        Harness h(filled(100, 100, 0xffffffff), "Marquee");
+        QCOMPARE(h.window.statusBar()->currentMessage(),
+                 QString("Press Shift or Alt to add and subtract selection"));
+        QCOMPARE(h.canvas->cursor().shape(), Qt::CrossCursor);
+        h.drag({{70, 30}, {20, 50}}); // any direction
+        h.drag({{40, 20}, {80, 60}}, Qt::ShiftModifier);
+        h.drag({{0, 0}, {30, 100}}, Qt::AltModifier);
+        h.drag({{0, 0}, {50, 25}}, Qt::AltModifier | Qt::ShiftModifier); // Alt wins
+        QVERIFY(h.selects(QRegion(20, 30, 50, 20) + QRegion(40, 20, 40, 40) -
+                          QRegion(0, 0, 30, 100) - QRegion(0, 0, 50, 25)));
+        // One screen pixel wide at zoom 4; ends at the last move, not at the
+        // release; a right button ends nothing; a click clears.
+        h.press(20, 30);
+        h.move(70, 50);
+        const QImage shown = preview(h.tool, 300, 220, 4);
+        QCOMPARE(QString("%1%2%3%4")
+                     .arg(shown.pixel(160, 120) & 1)
+                     .arg(shown.pixel(280, 160) & 1)
+                     .arg(shown.pixel(160, 121) & 1)
+                     .arg(shown.pixel(279, 160) & 1),
+                 "1100");
+        h.release(90, 90, Qt::RightButton);
+        h.release(90, 90);
+        QVERIFY(h.selects(QRegion(20, 30, 50, 20)));
+        h.drag({{40, 40}});
+        QVERIFY(h.canvas->isMaskEmpty());
+
+        h.pick("Lasso");
+        h.drag({{10, 10}, {90, 50}, {90, 10}, {10, 50}}); // a figure eight fills both loops
+        const auto selected = [&h](int x, int y) { return h.selection().contains(QPoint(x, y)); };
+        QVERIFY(selected(20, 30) && selected(80, 30) && !selected(50, 15) && !selected(50, 45));
+        QList<QPoint> star; // the centre is wound twice: even-odd would leave it out
+        for (int k = 0; k < 5; ++k)
+            star << QPoint(50 + qRound(45 * std::cos((-90 + 144 * k) * M_PI / 180)),
+                           50 + qRound(45 * std::sin((-90 + 144 * k) * M_PI / 180)));
+        h.drag(star);
+        QVERIFY(selected(50, 50) && selected(50, 15) && !selected(80, 20));
+        h.drag({{50, 50}, {90, 90}}); // fewer than three points only clear
+        QVERIFY(h.canvas->isMaskEmpty());
+        h.drag({{10, 10}, {30, 10}, {10, 30}});
+        h.drag({{60, 60}, {90, 60}, {60, 90}}, Qt::ShiftModifier);
+        h.drag({{0, 0}, {30, 0}, {0, 30}}, Qt::AltModifier);
+        QVERIFY(!selected(11, 11) && selected(17, 17) && selected(65, 65) && !selected(40, 40));
+        h.press(10, 10); // an open polyline while dragging; the release is no corner
+        h.move(50, 10);
+        h.move(10, 50);
+        const QImage line = preview(h.tool, 100, 100);
+        QCOMPARE(QString("%1%2%3")
+                     .arg(line.pixel(30, 10) & 1)
+                     .arg(line.pixel(30, 30) & 1)
+                     .arg(line.pixel(10, 30) & 1),
+                 "110");
+        h.release(90, 90);
+        QVERIFY(selected(15, 15) && !selected(70, 75));
+    }
+
+    void wand()
+    {
+        QCOMPARE(pixel_diff(0x00102030, 0xff112233), 6);
+        QCOMPARE(pixel_diff(0xff000000, 0x00ffffff), 765);
+        // A black diagonal joined at corners, a near-black and a clear pixel.
+        const QRgb w = 0xffffffff, b = 0xff000000;
+        const QRgb rows[] = {0, w, w, w, w, b, w, b, w, w,          w, w,
+                             w, w, b, w, w, w, w, w, w, 0xff010101, w, w};
+        QImage image(6, 4, QImage::Format_ARGB32_Premultiplied);
+        std::copy(std::begin(rows), std::end(rows), reinterpret_cast<QRgb*>(image.bits()));
+        Harness h(image, "Magic Wand");
+        auto* wand = static_cast<MagicWandTool*>(h.tool);
+        h.type("[", 61);
+        QCOMPARE(wand->currentTolerance(), 3);
+        h.press(1, 1); // within 3 and inclusive; alpha ignored
+        QVERIFY(h.selects(pixels({{0, 0}, {1, 1}, {2, 2}, {3, 3}})));
+        h.type("[", 10);
+        h.press(5, 0, Qt::ShiftModifier);
+        h.press(0, 0, Qt::AltModifier | Qt::ShiftModifier); // at 0 the near-black stays
+        QVERIFY(h.selects(pixels({{3, 3}, {5, 0}})));
+        const auto pressAt = [&h](const QPointF& p) {
+            h.tool->mousePressEvent(QPoint(), p, Qt::LeftButton, Qt::LeftButton, {});
+        };
+        pressAt({-0.6, 2}); // outside: the selection stays
+        QVERIFY(h.selects(pixels({{3, 3}, {5, 0}})));
+        pressAt({-0.5, 1.6}); // halves round up: pixel (0, 2), in the white region
+        QVERIFY(h.selects(QRegion(0, 0, 6, 4) - pixels({{0, 0}, {1, 1}, {2, 2}, {3, 3}, {5, 0}})));
+        h.type("]", 1000);
+        QCOMPARE(wand->currentTolerance(), 1000);
+        h.press(3, 3);
+        QVERIFY(h.selects(QRegion(0, 0, 6, 4)));
+    }
+
+    // The fill gives the arrays of the breadth-first fill taken pixel by
+    // pixel, on random pictures, with several starts and walls now and then.
+    void wandFillMatchesThePixelByPixelFill()
+    {
+        QRandomGenerator random(2024);
+        for (int round = 0; round < 600; ++round) {
+            const int w = 1 + int(random.bounded(45u)), h = 1 + int(random.bounded(45u));
+            std::vector<unsigned> pixels(size_t(w * h));
+            for (size_t i = 0; i < pixels.size(); ++i) {
+                const unsigned r = random.generate(), odd = (int(i) % w + int(i) / w) % 2;
+                const unsigned kinds[4] = {r, r % 6 ? 0xff2080c0u : r,
+                                           r % 8 ? 0xffffffffu * (1 - odd) | 0xff000000u : r,
+                                           0xff808080u + (r % 3) * 0x010101u};
+                pixels[i] = kinds[round % 4];
+            }
+            std::vector<unsigned*> rows;
+            for (int y = 0; y < h; ++y)
+                rows.push_back(pixels.data() + size_t(y * w));
+            const int tolerance = int(random.bounded(round % 4 ? 6u : 800u));
+            std::queue<QPoint> mine, theirs;
+            for (int i = 0; i < (round % 5 ? 1 : 4); ++i) {
+                QPoint p(int(random.bounded(unsigned(w))), int(random.bounded(unsigned(h))));
+                p = i == 1 ? QPoint(w - 1, p.y()) : i == 3 ? mine.front() : p;
+                mine.push(p);
+                theirs.push(p);
+            }
+            std::vector<unsigned char> queued(pixels.size()), selected(pixels.size());
+            for (auto& mark : queued)
+                mark = round % 7 == 0 && random.bounded(9u) == 0;
+            auto expectQueued = queued, expectSelected = selected;
+            const unsigned seed = rows[size_t(mine.front().y())][mine.front().x()];
+            flood_fill(seed, tolerance, queued.data(), selected.data(), rows, mine, w, h);
+            const int dx[8] = {-1, 1, 0, 0, -1, -1, 1, 1}, dy[8] = {0, 0, -1, 1, -1, 1, -1, 1};
+            for (; !theirs.empty(); theirs.pop()) {
+                const QPoint p = theirs.front();
+                if (pixel_diff(seed, rows[size_t(p.y())][p.x()]) > tolerance)
+                    continue;
+                expectSelected[size_t(p.y() * w + p.x())] = 1;
+                for (int i = 0; i < 8; ++i) {
+                    const int x = p.x() + dx[i], y = p.y() + dy[i];
+                    if (x >= 0 && y >= 0 && x < w && y < h && !expectQueued[size_t(y * w + x)]) {
+                        expectQueued[size_t(y * w + x)] = 1;
+                        theirs.push(QPoint(x, y));
+                    }
+                }
+            }
+            QVERIFY2(queued == expectQueued && selected == expectSelected && mine.empty(),
+                     qPrintable(QString("round %1").arg(round)));
+        }
+    }
+
+    void handTool()
+    {
+        Harness h(filled(100, 100, 0xffffffff), "Marquee");
+        h.canvas->zoom(4);
+        const QRectF view = h.canvas->viewRect();
+        QTest::keyPress(h.canvas, Qt::Key_Space);
+        h.mouse(QEvent::MouseButtonPress, {20, 50}, Qt::RightButton); // the right button pans not
+        h.mouse(QEvent::MouseMove, {60, 50});
+        h.mouse(QEvent::MouseButtonRelease, {60, 50}, Qt::RightButton);
+        h.mouse(QEvent::MouseButtonPress, {20, 50}, Qt::LeftButton);
+        h.mouse(QEvent::MouseButtonPress, {20, 50}, Qt::LeftButton);
+        QCOMPARE(QString("%1 %2").arg(h.canvas->cursor().shape()).arg(h.canvas->cursorDepth()),
+                 QString("%1 2").arg(Qt::ClosedHandCursor)); // one closed hand only
+        for (int x : {30, 45, 60})
+            h.mouse(QEvent::MouseMove, {x, 50});
+        // 40 widget pixels right at zoom 4 move the view 10 image pixels left.
+        QCOMPARE(h.canvas->viewRect(), view.translated(-10, 0));
+        QTest::keyRelease(h.canvas, Qt::Key_Space); // let go mid-drag: both hands go
+        h.mouse(QEvent::MouseButtonRelease, {60, 50}, Qt::LeftButton);
+        QCOMPARE(QString("%1 %2").arg(h.canvas->cursor().shape()).arg(h.canvas->cursorDepth()),
+                 QString("%1 1").arg(Qt::CrossCursor));
+        QCOMPARE(h.canvas->unpairedCursorPops(), 0);
+    }
+};
+
+QTEST_MAIN(TestTools)
+#include "tst_tools.moc"
