@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <QBuffer>
 #include <QColorDialog>
 #include <QColorSpace>
 #include <QDir>
@@ -7,6 +8,7 @@
 #include <QImageReader>
 #include <QLabel>
 #include <QMenuBar>
+#include <QMimeData>
 #include <QPointer>
 #include <QPushButton>
 #include <QSplashScreen>
@@ -281,8 +283,9 @@ private slots:
                       : qobject_cast<QPushButton*>(w) ? qobject_cast<QPushButton*>(w)->text()
                                                       : QString(w ? "slider" : ""));
         }
-        QCOMPARE(dialog.windowTitle() + ": " + cells.join('|'),
-                 "Zarnify: Value|slider|" + shown + "|OK||||Cancel");
+        QCOMPARE(dialog.metaObject()->className() + (" " + dialog.windowTitle()) + ": " +
+                     cells.join('|'),
+                 "SliderDialog Zarnify: Value|slider|" + shown + "|OK||||Cancel");
         dialog.valueSlider()->setValue(minimum + 1);
         QCOMPARE(qobject_cast<QLabel*>(grid->itemAtPosition(0, 2)->widget())->text(),
                  QString::number(minimum + 1));
@@ -331,11 +334,107 @@ private slots:
             QVERIFY2(back == loaded && back.format() == QImage::Format_ARGB32_Premultiplied,
                      qPrintable(name));
         }
-        for (const auto& [name, format] :
-             {std::pair("p.tif", "TIFF"), {"p.webp", "WEBP"}, {"png.jpg", "PNG"}}) {
+        for (const auto& [name, format] : {std::pair("p.tif", "TIFF"),
+                                           {"p.webp", "WEBP"},
+                                           {"png.jpg", "PNG"},
+                                           {"p@2x.png", "PNG"}}) {
             QVERIFY(positions(7, 5).save(dir.filePath(name), format, 100));
-            QCOMPARE(load_image_file(dir.filePath(name)), positions(7, 5));
+            QImage loaded = load_image_file(dir.filePath(name));
+            QPainter(&loaded).fillRect(1, 1, 1, 1, Qt::black); // a plain pixel image, also "@2x"
+            QImage expected = positions(7, 5);
+            expected.setPixel(1, 1, qRgb(0, 0, 0));
+            QCOMPARE(loaded, expected);
         }
+    }
+
+    void opensUpright_data()
+    {
+        QTest::addColumn<int>("orientation");
+        QTest::addColumn<int>("topLeft"); // the stored quadrant shown top left
+        const int shownTopLeft[] = {0, 0, 1, 3, 2, 0, 2, 3, 1};
+        for (int tag = 0; tag <= 8; ++tag) // 0: no tag
+            QTest::addRow("orientation %d", tag) << tag << shownTopLeft[tag];
+    }
+    // A phone's photo opens upright: four solid quadrants tell the eight
+    // orientations apart; saved, it needs no tag to look the same.
+    void opensUpright()
+    {
+        QFETCH(int, orientation);
+        QFETCH(int, topLeft);
+        const QRgb corners[] = {0xffff0000, 0xff00ff00, 0xff0000ff, 0xffffffff};
+        QImage picture(30, 20, QImage::Format_RGB32);
+        for (int i = 0; i < 600; ++i)
+            picture.setPixel(i % 30, i / 30, corners[(i / 30 >= 10) * 2 + (i % 30 >= 15)]);
+        QBuffer buffer;
+        QVERIFY(buffer.open(QIODevice::WriteOnly) && picture.save(&buffer, "JPEG", 95));
+        QByteArray bytes = buffer.data();
+        if (orientation) // APP1 "Exif", a big-endian TIFF header, one entry: 0x0112
+            bytes.insert(2, QByteArray("\xff\xe1\0\042Exif\0\0MM\0\x2a\0\0\0\x08\0\x01\x01\x12\0"
+                                       "\x03\0\0\0\x01\0",
+                                       29) +
+                                char(orientation) + QByteArray(6, 0));
+        QFile file(dir.filePath("photo.jpg"));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() &&
+                file.flush());
+        const QImage opened = load_image_file(file.fileName());
+        const QSize size = orientation >= 5 ? QSize(20, 30) : QSize(30, 20);
+        QCOMPARE(opened.size(), size);
+        QCOMPARE(opened.pixel(0, 0) & 0x808080u, corners[topLeft] & 0x808080u); // JPEG is lossy
+        if (!orientation)
+            QCOMPARE(opened, QImage::fromData(bytes).convertToFormat(opened.format()));
+        QVERIFY(save_image_file(opened, dir.filePath("saved.jpg")));
+        QImageReader saved(dir.filePath("saved.jpg"));
+        QCOMPARE(saved.transformation(), QImageIOHandler::TransformationNone);
+        QCOMPARE(saved.size(), size);
+    }
+
+    // Pictures handed over as arguments or dropped open as File > Open would.
+    void desktopOpens_data()
+    {
+        const QString notes = ZARN_TESTDATA_DIR "/png/PNGSUITE-README",
+                      photo = dir.filePath("sunset photo.png");
+        const QString kept = ZARN_TESTDATA_DIR "/png/basn3p04.png",
+                      missing = dir.filePath("missing.png");
+        QFile::copy(ZARN_TESTDATA_DIR "/png/basn2c08.png", photo);
+        auto url = [](const QString& file) { return QUrl::fromLocalFile(file).toString(); };
+        QTest::addColumn<int>("drop"); // offered actions; 0: given as program arguments
+        QTest::addColumn<QStringList>("given");
+        QTest::addColumn<QString>("shown");
+        const int copy = Qt::CopyAction | Qt::MoveAction;
+        QTest::newRow("arguments: first readable")
+            << 0 << QStringList{missing, notes, url(photo), kept} << photo;
+        QTest::newRow("arguments: none readable") << 0 << QStringList{missing, notes} << kept;
+        QTest::newRow("drop: first picture")
+            << copy << QStringList{url(notes), url(photo), url(kept)} << photo;
+        QTest::newRow("drop: text file") << copy << QStringList{url(notes)} << kept;
+        QTest::newRow("drop: path as text") << copy << QStringList{photo} << kept;
+        QTest::newRow("drop: move only") << int(Qt::MoveAction) << QStringList{url(photo)} << kept;
+    }
+    void desktopOpens()
+    {
+        QFETCH(int, drop);
+        QFETCH(QStringList, given);
+        QFETCH(QString, shown);
+        const QString kept = ZARN_TESTDATA_DIR "/png/basn3p04.png";
+        MainWindow window;
+        QVERIFY(window.openFile(kept) && window.acceptDrops());
+        int opened = -1; // both taken as a copy, both refused, or the two disagree
+        if (drop) {
+            QMimeData data;
+            given[0][0] == '/' ? data.setText(given[0]) : data.setUrls(QUrl::fromStringList(given));
+            QDragEnterEvent enter({50, 50}, Qt::DropActions(drop), &data, Qt::LeftButton, {});
+            QDropEvent dropped({50, 50}, Qt::DropActions(drop), &data, Qt::LeftButton, {});
+            QCoreApplication::sendEvent(&window, &enter);
+            QCoreApplication::sendEvent(&window, &dropped);
+            const bool took = dropped.isAccepted() && dropped.dropAction() == Qt::CopyAction;
+            opened =
+                took == (enter.isAccepted() && enter.dropAction() == Qt::CopyAction) ? took : -1;
+        } else {
+            opened = window.openFirstOf(given);
+        }
+        QCOMPARE(opened, int(shown != kept));
+        QCOMPARE(window.windowTitle(), QFileInfo(shown).fileName());
+        QCOMPARE(window.currentCanvas()->image(), load_image_file(shown));
     }
 
     void resources()

@@ -206,9 +206,13 @@ void TestFilters::runProtocol()
                  QRect(2, 3, 40, 20).contains(p) ? all.pixel(p) : picture.pixel(p));
     h.canvas->clearMask();
     h.canvas->image() = picture;
+    h.canvas->image().setText("Comment", "kept"); // what the file carried besides pixels
+    h.canvas->image().setOffset(QPoint(3, 4));
     std::srand(1);
     filter->run(h.canvas, true);
     QCOMPARE(h.canvas->image(), all);
+    QCOMPARE(h.canvas->image().text("Comment") + QString::number(h.canvas->image().offset().y()),
+             "kept4");
     if (log.offered.isEmpty())
         return;
     log.showAtOnce = true;

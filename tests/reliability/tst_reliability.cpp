@@ -12,9 +12,16 @@
 #include <random>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "app/imagefile.h"
+#include "canvas/picturememory.h"
+#include "filters/bumpfilter.h"
+#include "filters/invertfilter.h"
+#include "filters/zarnelatefilter.h"
 #include "filters/zarnifyfilter.h"
+#include "filters/zarnonimatefilter.h"
 #include "support/zarntest.h"
 
 namespace {
@@ -94,9 +101,13 @@ class TestReliability : public QObject
     Q_OBJECT
 
 private slots:
+    // First: a forked child must not inherit threads that later tests start.
+    void outOfMemory_data();
+    void outOfMemory();
     void initTestCase();
     void hostileFilesKeepTheDocument();
     void fullDiskKeepsTheOldFile();
+    void overwritesInFolderThatRefusesNewFiles();
     void extremeSizes_data();
     void extremeSizes();
     void randomSession_data();
@@ -105,6 +116,85 @@ private slots:
 private:
     QTemporaryDir dir;
 };
+
+void TestReliability::outOfMemory_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<int>("room"); // pictures of address space; negative: a history budget
+    QTest::addColumn<bool>("filtering");
+    QTest::addColumn<int>("steps");
+    QTest::newRow("strokes, room for 3 pictures") << QSize(2000, 1500) << 3 << false << 14;
+    QTest::newRow("every filter, room for 3") << QSize(2000, 1500) << 3 << true << 10;
+    QTest::newRow("strokes, no room") << QSize(6000, 4000) << 0 << false << 4;
+    QTest::newRow("every filter, no room") << QSize(6000, 4000) << 0 << true << 5;
+    QTest::newRow("strokes, history budget 4") << QSize(200, 100) << -4 << false << 14;
+}
+
+// In a child under a lowered address-space limit, every step (a stroke, or a
+// filter with and without a selection) is done or refused whole, and undo
+// walks back through pictures the steps left.
+void TestReliability::outOfMemory()
+{
+#if defined(__SANITIZE_ADDRESS__)
+    QSKIP("AddressSanitizer reserves address space of its own");
+#endif
+    QFETCH(QSize, size);
+    QFETCH(int, room);
+    QFETCH(bool, filtering);
+    QFETCH(int, steps);
+    const pid_t child = fork();
+    if (child) {
+        int status = 0;
+        QVERIFY2(waitpid(child, &status, 0) == child && WIFEXITED(status) && !WEXITSTATUS(status),
+                 "the child crashed or failed");
+        return;
+    }
+    auto fail = [](const QString& why) {
+        _exit(std::fputs(qPrintable(why + '\n'), stderr) < 0 || 1);
+    };
+    auto checksum = [](const Canvas& c) {
+        return qHashBits(c.image().constBits(), size_t(c.image().sizeInBytes()));
+    };
+    QWidget window;
+    Filter* filters[] = {new InvertFilter(&window), new ZarnelateFilter(&window),
+                         new ZarnifyFilter(&window), new BumpFilter(&window),
+                         new ZarnonimateFilter(&window)};
+    Canvas warmUp(positions(64, 64)); // fonts and dialogs come before the limit
+    warmUp.init();
+    for (Filter* filter : filters)
+        filter->run(&warmUp, true);
+    Canvas canvas(positions(size.width(), size.height()));
+    canvas.init();
+    const qint64 bytes = room * std::as_const(canvas).image().sizeInBytes();
+    // Beyond the room, 64 MiB for what is no picture: dialogs, brushes, row tables.
+    const qint64 limit = statusKiB("VmSize") * 1024LL + (64 << 20) + bytes;
+    const rlimit bound{rlim_t(limit), rlim_t(limit)};
+    bytes < 0 ? set_history_budget(-bytes) : void(setrlimit(RLIMIT_AS, &bound));
+    std::vector<size_t> states{checksum(canvas)};
+    for (int i = 0; i < steps; ++i) {
+        i % 2 ? canvas.selectAll() : canvas.clearMask();
+        if (filtering)
+            filters[i % 5]->run(&canvas, true);
+        else if (canvas.undoSnapshot(); canvas.canDraw())
+            QPainter(&canvas.image())
+                .fillRect(i * 97 % size.width(), 0, 99, 99, QColor(i * 9, 0, 0));
+        states.push_back(checksum(canvas));
+        const bool refused = !canvas.canDraw() && states.back() == states.front();
+        if (std::as_const(canvas).image().size() != size || refused == (room != 0))
+            fail(QString("step %1 broke the picture or was %2").arg(i).arg(refused));
+    }
+    const int kept = canvas.undoCount();
+    auto expected = states.rbegin() + 1;
+    for (int k = 0; k < kept; ++k) {
+        canvas.undo();
+        expected = std::find(expected, states.rend(), checksum(canvas));
+        if (expected == states.rend())
+            fail(QString("undo %1 gave a picture no step left behind").arg(k));
+    }
+    if (room != 0 && kept >= steps)
+        fail("the limit never bit");
+    _exit(0);
+}
 
 void TestReliability::initTestCase()
 {
@@ -189,6 +279,25 @@ void TestReliability::fullDiskKeepsTheOldFile()
     answerFileDialog(target);
     QVERIFY(h.window.save());
     QVERIFY(readFile(target).startsWith("\x89PNG"));
+}
+
+// Saving over a writable file in a folder that refuses new files writes it
+// in place. Root writes anywhere, so it plays "nobody" here.
+void TestReliability::overwritesInFolderThatRefusesNewFiles()
+{
+    QTemporaryDir locked;
+    const QString path = locked.filePath("picture.png");
+    QVERIFY(QFile::copy(ZARN_TESTDATA_DIR "/png/basn2c08.png", path) &&
+            QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner));
+    const bool root = geteuid() == 0;
+    QVERIFY(!root || chown(qPrintable(path), 65534, 65534) == 0);
+    QVERIFY(chmod(qPrintable(locked.path()), 0555) == 0 && (!root || seteuid(65534) == 0));
+    const bool refusesNewFiles = !QFile(locked.filePath("probe")).open(QIODevice::WriteOnly);
+    const bool saved = save_image_file(filled(4, 4, 0xff0000ff), path);
+    QVERIFY((!root || seteuid(0) == 0) && chmod(qPrintable(locked.path()), 0700) == 0);
+    QVERIFY2(refusesNewFiles && saved, refusesNewFiles ? "not saved" : "folder not locked");
+    QCOMPARE(QImage(path).convertToFormat(QImage::Format_ARGB32_Premultiplied),
+             filled(4, 4, 0xff0000ff));
 }
 
 void TestReliability::extremeSizes_data()

@@ -34,6 +34,14 @@ QImage preview(Tool* tool, int width, int height, qreal scale = 1)
     return screen;
 }
 
+// A real picture with translucent pixels, its colours smooth gradients.
+QImage photo(int width, int height)
+{
+    return QImage(ZARN_TESTDATA_DIR "/png/basn6a08.png")
+        .convertToFormat(QImage::Format_ARGB32_Premultiplied)
+        .scaled(width, height);
+}
+
 QRegion pixels(const QList<QPoint>& points)
 {
     QRegion region;
@@ -84,6 +92,44 @@ private slots:
         QVERIFY(qAbs(qRed(h.canvas->image().pixel(99, 100)) - 128) <= 1);
     }
 
+    // Equal to a painter clipped to the mask's region, at the corner rounded halves up.
+    void brushStampPosition_data()
+    {
+        QTest::addColumn<QPointF>("corner");
+        QTest::addColumn<bool>("noisySelection");
+        QTest::addColumn<int>("opacity");
+        for (bool noisy : {false, true}) {
+            QTest::addRow("left half %d", noisy) << QPointF(-2.5, 10) << noisy << 100;
+            QTest::addRow("top half %d", noisy) << QPointF(10, -6.5) << noisy << 50;
+            QTest::addRow("corner halves %d", noisy) << QPointF(-0.5, -1.5) << noisy << 100;
+            QTest::addRow("fractions %d", noisy) << QPointF(-1.25, 20.7) << noisy << 100;
+        }
+    }
+    void brushStampPosition()
+    {
+        QFETCH(QPointF, corner);
+        QFETCH(bool, noisySelection);
+        QFETCH(int, opacity);
+        const QImage picture = photo(120, 90);
+        Harness h(picture, "Brush");
+        static_cast<BrushTool*>(h.tool)->setOpacity(opacity);
+        h.window.setDrawColor(QColor(200, 40, 90, 170));
+        const QBitmap mask = QBitmap::fromImage(picture.convertToFormat(QImage::Format_Mono));
+        if (noisySelection)
+            h.canvas->mask() = mask;
+        static_cast<BrushTool*>(h.tool)->draw(corner + QPointF(15, 15)); // the starting size
+        QImage expected = picture;
+        QPainter painter(&expected);
+        if (noisySelection)
+            painter.setClipRegion(QRegion(mask));
+        painter.setOpacity(opacity / 100.0);
+        painter.drawImage(
+            QPoint(int(std::floor(corner.x() + 0.5)), int(std::floor(corner.y() + 0.5))),
+            create_brush(QBitmap(":/data/zarn_bitmap.png"), h.window.drawColor(), 15));
+        painter.end();
+        QCOMPARE(h.canvas->image(), expected);
+    }
+
     void brushSizeSteps_data()
     {
         QTest::addColumn<QString>("keys");
@@ -104,8 +150,21 @@ private slots:
         QFETCH(QString, keys);
         QFETCH(int, size);
         Harness h(filled(10, 10, 0), "Brush");
+        h.canvas->findChild<QTimer*>()->stop(); // its ticks repaint too
         h.type(keys);
-        QCOMPARE(static_cast<BrushTool*>(h.tool)->brushSize(), size);
+        QCoreApplication::processEvents();
+        struct : QObject
+        {
+            int paints = 0;
+            bool eventFilter(QObject*, QEvent* e) override
+            {
+                return paints += e->type() == QEvent::Paint, false;
+            }
+        } counter;
+        h.canvas->installEventFilter(&counter);
+        h.type("a"); // any key repaints
+        QCoreApplication::processEvents();
+        QCOMPARE(static_cast<BrushTool*>(h.tool)->brushSize() + (counter.paints ? 0 : 1000), size);
     }
 
     void text()
@@ -134,6 +193,29 @@ private slots:
                 if (qRed(full.pixel(x, y)) == 0 && ++solid)
                     QVERIFY(qAbs(qRed(h.canvas->image().pixel(x, y)) - 178) <= 1);
         QVERIFY(solid > 50);
+    }
+
+    // Select All clips nothing away, not even an underline beyond the ink.
+    void underlinedTextUnderSelectAll()
+    {
+        struct UnderlinedText : TextTool
+        {
+            UnderlinedText() { font.setUnderline(true); }
+        } text;
+        const QImage picture = photo(400, 200);
+        Harness h(picture, "Text");
+        text.setMainWindow(&h.window);
+        h.canvas->pushTool(&text);
+        for (const QPointF at : {QPointF(10, 100), QPointF(-30.5, 150.5)}) {
+            h.canvas->image() = picture;
+            h.canvas->clearMask();
+            text.draw(at);
+            const QImage unselected = h.canvas->image();
+            h.canvas->image() = picture;
+            h.canvas->mask().fill(Qt::color1);
+            text.draw(at);
+            QCOMPARE(h.canvas->image(), unselected);
+        }
     }
 
     void textKeysAndFontDialog()
