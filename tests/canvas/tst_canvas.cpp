@@ -346,6 +346,13 @@ void TestCanvas::paintingAndOutline()
     canvas->clearMask();
     QCOMPARE(mismatch(3, false), QString());
 
+    // One selected pixel shown as a 4 x 4 block: its 12 border pixels.
+    auto one = makeCanvas(QSize(40, 40), filled(20, 20, 0xFFFFFFFF));
+    one->zoom(4); // view (5, 5, 10, 10)
+    select(*one, QRect(7, 8, 1, 1));
+    one->grab();
+    QVERIFY(
+        (QRegion(one->outlineBitmap()) ^ (QRegion(8, 12, 4, 4) - QRegion(9, 13, 2, 2))).isEmpty());
     // Zoomed and panned, the outline is that of the mask drawn through the
     // rounded view; out of view there is none.
     auto big = makeCanvas(QSize(97, 61), filled(150, 90, 0xFFFFFFFF));
@@ -355,6 +362,8 @@ void TestCanvas::paintingAndOutline()
          {std::pair(4.0, QPointF(-30, 10)), {1 / 3.0, {0, 0}}, {2.5, {-60, -40}}}) {
         big->zoom(factor);
         big->translate(pan);
+        if (factor < 1)
+            big->invertMask();
         big->grab();
         const QRectF v = big->viewRect();
         auto round = [](double d) { return int(std::floor(d + 0.5)); };

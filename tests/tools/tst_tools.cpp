@@ -143,6 +143,7 @@ private slots:
         QTest::newRow("100 up by 25") << QString(13, ']') << 125;
         QTest::newRow("100 down by 10") << QString(12, ']') + "[" << 90;
         QTest::newRow("200 up, capped") << QString(18, ']') << 256;
+        QTest::newRow("200 down by 25") << QString(16, ']') + "[" << 175;
         QTest::newRow("256 down by 50") << QString(18, ']') + "[" << 206;
     }
     void brushSizeSteps()
