@@ -233,29 +233,20 @@ private slots:
     void colorSwatch()
     {
         Window w;
-        ColorWidget* swatch = w.colorSwatch();
         QCOMPARE(w.drawColor(), QColor(0, 128, 0));
-        QVERIFY(swatch->width() <= 64 && swatch->height() <= 64);
-        QStringList seen; // the dialog's title and starting colour; an invalid pick cancels
-        auto answer = [&seen](const QColor& pick) {
-            return [&seen, pick](QWidget* dialog) {
-                auto* colors = qobject_cast<QColorDialog*>(dialog);
-                seen << dialog->windowTitle() + " " + colors->currentColor().name();
-                colors->setCurrentColor(pick);
-                pick.isValid() ? colors->accept() : colors->reject();
-            };
-        };
-        whenModal(answer(QColor(10, 20, 30)));
-        QTest::mouseClick(swatch, Qt::LeftButton);
-        whenModal(answer(QColor()));
-        QTest::mouseClick(swatch, Qt::LeftButton);
-        whenModal(answer(Qt::yellow), 5); // nothing opens for the right button
-        QTest::mouseClick(swatch, Qt::RightButton);
+        QString seen; // the right button opens nothing, the left the colour dialog
+        whenModal([&seen](QWidget* dialog) { seen += dialog->windowTitle(), dialog->close(); }, 5);
+        QTest::mouseClick(w.colorSwatch(), Qt::RightButton);
         cleanup();
-        QCOMPARE(seen, QStringList({"Select Color #008000", "Select Color #0a141e"}));
-        QCOMPARE(w.drawColor(), QColor(10, 20, 30));
-        w.setDrawColor(QColor(200, 10, 20));
-        QCOMPARE(QColor(swatch->grab().toImage().pixel(1, 1)), QColor(200, 10, 20));
+        whenModal([&seen](QWidget* dialog) {
+            auto* colors = qobject_cast<QColorDialog*>(dialog);
+            seen += dialog->windowTitle() + " " + colors->currentColor().name();
+            colors->setCurrentColor(QColor(10, 20, 30));
+            colors->accept();
+        });
+        QTest::mouseClick(w.colorSwatch(), Qt::LeftButton);
+        QCOMPARE(seen + " " + w.drawColor().name(), "Select Color #008000 #0a141e");
+        QCOMPARE(QColor(w.colorSwatch()->grab().toImage().pixel(1, 1)), QColor(10, 20, 30));
     }
 
     void sliderDialog_data()
@@ -275,26 +266,18 @@ private slots:
         QFETCH(QString, shown);
         SliderDialog dialog("Zarnify", "Value", initial, minimum, 100);
         auto* grid = qobject_cast<QGridLayout*>(dialog.layout());
-        QStringList cells;
-        for (int i = 0; i < 8; ++i) {
-            QLayoutItem* item = grid->itemAtPosition(i / 4, i % 4);
-            QWidget* w = item ? item->widget() : nullptr;
-            cells << (qobject_cast<QLabel*>(w)        ? qobject_cast<QLabel*>(w)->text()
-                      : qobject_cast<QPushButton*>(w) ? qobject_cast<QPushButton*>(w)->text()
-                                                      : QString(w ? "slider" : ""));
-        }
-        QCOMPARE(dialog.metaObject()->className() + (" " + dialog.windowTitle()) + ": " +
-                     cells.join('|'),
-                 "SliderDialog Zarnify: Value|slider|" + shown + "|OK||||Cancel");
+        auto* number = qobject_cast<QLabel*>(grid->itemAtPosition(0, 2)->widget());
+        QCOMPARE(QString(dialog.metaObject()->className()) + " " + number->text(),
+                 "SliderDialog " + shown);
         dialog.valueSlider()->setValue(minimum + 1);
-        QCOMPARE(qobject_cast<QLabel*>(grid->itemAtPosition(0, 2)->widget())->text(),
-                 QString::number(minimum + 1));
+        QCOMPARE(number->text(), QString::number(minimum + 1));
         whenModal([&](QWidget*) {
-            QTest::mouseClick(grid->itemAtPosition(0, 3)->widget(), Qt::LeftButton);
+            qobject_cast<QPushButton*>(grid->itemAtPosition(0, 3)->widget())->click();
         });
-        QCOMPARE(dialog.exec(), int(QDialog::Accepted));
-        QCOMPARE(dialog.value(), minimum + 1);
-        whenModal([](QWidget* w) { QTest::keyClick(w, Qt::Key_Escape); });
+        QCOMPARE(dialog.exec() * 1000 + dialog.value(), 1000 + minimum + 1);
+        whenModal([&](QWidget*) {
+            qobject_cast<QPushButton*>(grid->itemAtPosition(1, 3)->widget())->click();
+        });
         QCOMPARE(dialog.exec(), int(QDialog::Rejected));
     }
 
@@ -437,29 +420,16 @@ private slots:
         QCOMPARE(window.currentCanvas()->image(), load_image_file(shown));
     }
 
-    void resources()
+    // Every type the desktop entry offers to open is one the reader knows.
+    void desktopEntryTypes()
     {
-        QString shapes;
-        for (const char* name : {"splash", "icon_move", "icon", "worm_8", "zarn_bitmap",
-                                 "zarn_bitmap_small", "bump5"}) {
-            const QImage image(QString(":/data/%1.png").arg(name));
-            shapes +=
-                QString("%1x%2/%3 ").arg(image.width()).arg(image.height()).arg(image.depth());
-        }
-        QCOMPARE(shapes, "650x300/32 24x24/32 32x32/32 8x8/1 512x512/1 128x128/1 64x64/32 ");
-        const QImage worm = QImage(":/data/worm_8.png").convertToFormat(QImage::Format_RGB32);
-        QString rows;
-        for (int i = 0; i < 72; ++i)
-            rows += i % 9 == 8 ? '/' : worm.pixel(i % 9, i / 9) == 0xffffffff ? 'W' : 'B';
-        QCOMPARE(rows, "WWWBBBBW/WWBBBBWW/WBBBBWWW/BBBBWWWW/BBBWWWWB/BBWWWWBB/BWWWWBBB/WWWWBBBB/");
-        // Every type the desktop entry offers to open is one the reader knows.
         QFile entry(ZARN_SOURCE_DIR "/packaging/org.example.Zarn.desktop");
         QVERIFY(entry.open(QIODevice::ReadOnly));
         const QByteArray text = entry.readAll();
         for (const QByteArray& type :
-             text.mid(text.indexOf("MimeType=") + 9).split('\n').first().split(';'))
+             text.mid(text.indexOf("MimeType=") + 9).split('\n')[0].split(';'))
             QVERIFY2(type.isEmpty() || QImageReader::supportedMimeTypes().contains(type),
-                     type.constData());
+                     type.data());
     }
 
 private:
