@@ -232,184 +232,147 @@ private slots:
         QCOMPARE(h.window.currentCanvas()->image().size(), QSize(3, 2));
     }
 
-    // A full disk fails the save and leaves the old file byte for byte.
-    void failedSaveKeepsTheOldFile()
+    // A full disk fails the save and leaves the old file byte for byte; a
+    // folder that refuses new files still lets a writable file be saved over.
+    // Root writes anywhere, so it plays "nobody" there.
+    void saving()
     {
         QImage noise(300, 200, QImage::Format_ARGB32_Premultiplied); // far above 4 KiB as PNG
-        std::mt19937 random(99);
-        for (int i = 0; i < 300 * 200; ++i)
-            reinterpret_cast<QRgb*>(noise.bits())[i] = 0xff000000u | random();
+        std::generate_n(reinterpret_cast<QRgb*>(noise.bits()), 60000, std::mt19937(9));
         Harness h(noise);
-        h.window.setFilename("");
         h.canvas->undoSnapshot();
-        const QString target = file("keep.png", "precious bytes");
+        const QString target = file("keep.png", "precious");
         const QStringList entries = QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden);
-        rlimit saved{}, lowered{};
+        rlimit saved{}, full{4096, RLIM_INFINITY}; // every write beyond fails
         getrlimit(RLIMIT_FSIZE, &saved);
-        lowered = {4096, saved.rlim_max}; // every write beyond fails
         auto* previous = std::signal(SIGXFSZ, SIG_IGN);
-        QCOMPARE(setrlimit(RLIMIT_FSIZE, &lowered), 0);
         answerFileDialog(target);
-        const bool savedWhenFull = h.window.save();
+        const bool savedWhenFull = setrlimit(RLIMIT_FSIZE, &full) == 0 && h.window.save();
         setrlimit(RLIMIT_FSIZE, &saved);
         std::signal(SIGXFSZ, previous);
-        QVERIFY(!savedWhenFull);
-        QCOMPARE(readFile(target), QByteArray("precious bytes"));
+        QCOMPARE(readFile(target) + (savedWhenFull ? " saved" : ""), QByteArray("precious"));
         QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden), entries);
-        QCOMPARE(h.window.windowTitle() + (h.canvas->isChanged() ? " changed" : ""),
-                 "Untitled changed");
-        answerFileDialog(target);
-        QVERIFY(h.window.save() && readFile(target).startsWith("\x89PNG"));
-    }
+        QVERIFY(h.window.windowTitle().isEmpty() && h.canvas->isChanged());
 
-    // Saving over a writable file in a folder that refuses new files writes
-    // it in place. Root writes anywhere, so it plays "nobody" here.
-    void overwritesInFolderThatRefusesNewFiles()
-    {
         QTemporaryDir locked;
         const QString path = locked.filePath("picture.png");
-        QVERIFY(QFile::copy(ZARN_TESTDATA_DIR "/png/basn2c08.png", path) &&
-                QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner));
         const bool root = geteuid() == 0;
-        QVERIFY(!root || chown(qPrintable(path), 65534, 65534) == 0);
+        QVERIFY(h.canvas->image().save(path) &&
+                (!root || chown(qPrintable(path), 65534, 65534) == 0));
         QVERIFY(chmod(qPrintable(locked.path()), 0555) == 0 && (!root || seteuid(65534) == 0));
         const bool refusesNewFiles = !QFile(locked.filePath("probe")).open(QIODevice::WriteOnly);
-        const bool saved = save_image_file(filled(4, 4, 0xff0000ff), path);
+        answerFileDialog(path);
+        const bool savedInPlace = h.window.save();
         QVERIFY((!root || seteuid(0) == 0) && chmod(qPrintable(locked.path()), 0700) == 0);
-        QVERIFY2(refusesNewFiles && saved, refusesNewFiles ? "not saved" : "folder not locked");
-        QCOMPARE(QImage(path).convertToFormat(QImage::Format_ARGB32_Premultiplied),
-                 filled(4, 4, 0xff0000ff));
+        QCOMPARE(
+            QString("%1 %2 %3").arg(refusesNewFiles).arg(savedInPlace).arg(h.window.windowTitle()),
+            "1 1 picture.png");
     }
 
-    void extremeSizes_data()
-    {
-        QTest::addColumn<QSize>("size");
-        QTest::newRow("1x1") << QSize(1, 1);
-        QTest::newRow("1x300") << QSize(1, 300);
-        QTest::newRow("300x1") << QSize(300, 1);
-    }
     // Every tool, every filter and every magnification from 1/64 to 64 on
     // pictures one pixel wide.
     void extremeSizes()
     {
-        QFETCH(QSize, size);
-        QImage original = positions(size.width(), size.height());
-        original.setPixel(0, 0, qRgb(7, 148, 2));
-        Harness h(original, "Brush");
-        const QPoint last(size.width() - 1, size.height() - 1);
-        h.drag({{0, 0}, last});
-        QVERIFY(h.canvas->image() != original);
-        h.canvas->undo();
-        for (const char* tool : {"Move", "Text", "Eyedropper", "Marquee", "Lasso", "Magic Wand"}) {
-            h.pick(tool);
-            h.drag({{0, 0}, last, {-3, 4}, {0, 0}});
+        for (const QSize size : {QSize(1, 1), QSize(1, 300), QSize(300, 1)}) {
+            QImage original = positions(size.width(), size.height());
+            original.setPixel(0, 0, qRgb(7, 148, 2));
+            Harness h(original);
+            for (const char* tool :
+                 {"Eyedropper", "Brush", "Move", "Text", "Marquee", "Lasso", "Magic Wand"}) {
+                h.pick(tool);
+                h.drag({{0, 0}, {size.width() - 1, size.height() - 1}, {-3, 4}, {0, 0}});
+            }
+            QCOMPARE(h.window.drawColor(), QColor(7, 148, 2));
             QCOMPARE(brokenInvariant(h.window, size), QString());
-        }
-        QCOMPARE(h.window.drawColor(), QColor(7, 148, 2));
-        h.canvas->image() = original;
-        h.canvas->selectAll();
-        for (const char* entry :
-             {"Zarnert", "Zarnelate", "Zarnify", "Zarnelure", "Zarnonimate", "Last"}) {
-            answerSlider(100, QStringList{"Zarnelate", "Zarnify", "Zarnelure"}.contains(entry) ? 200
-                                                                                               : 0);
-            triggerEntry(h.window, entry);
+            h.canvas->image() = original;
+            h.canvas->selectAll();
+            for (const char* entry :
+                 {"Zarnert", "Zarnelate", "Zarnify", "Zarnelure", "Zarnonimate", "Last"}) {
+                answerSlider(100, QStringList{"Zarnelate", "Zarnify", "Zarnelure"}.contains(entry)
+                                      ? 200
+                                      : 0);
+                triggerEntry(h.window, entry);
+            }
+            QCOMPARE(h.canvas->undoCount(), 9); // the brush's, the word's and six filters
+            for (int i = 0; i < 3; ++i)
+                h.canvas->undo();
+            QCOMPARE(h.canvas->image().pixel(0, 0), zarnify_pixel(qRgb(248, 107, 253), 100));
+            for (double magnification = 1 / 64.0; magnification <= 64; magnification *= 2) {
+                h.canvas->resetView();
+                h.canvas->zoom(magnification * h.canvas->viewRect().width() / h.canvas->width());
+                QCOMPARE(h.canvas->width() / h.canvas->viewRect().width(), magnification);
+                QCOMPARE(h.canvas->grab().size(), h.canvas->size());
+            }
             QCOMPARE(brokenInvariant(h.window, size), QString());
-        }
-        QCOMPARE(h.canvas->undoCount(), 8); // the word's snapshot and six filters
-        for (int i = 0; i < 3; ++i)
-            h.canvas->undo();
-        QCOMPARE(h.canvas->image().pixel(0, 0),
-                 zarnify_pixel(qRgb(255 - 7, 255 - 148, 255 - 2), 100));
-        for (double magnification = 1 / 64.0; magnification <= 64; magnification *= 2) {
-            h.canvas->resetView();
-            h.canvas->zoom(magnification * h.canvas->viewRect().width() / h.canvas->width());
-            QCOMPARE(h.canvas->width() / h.canvas->viewRect().width(), magnification);
-            QCOMPARE(h.canvas->grab().size(), h.canvas->size());
         }
     }
 
-    void randomSession_data()
-    {
-        QTest::addColumn<unsigned>("seed");
-        QTest::newRow("seed 1") << 1u;
-        QTest::newRow("seed 2") << 2u;
-    }
-    // Random input and random answers to every dialog over a real main window.
+    // Random input and random answers to every dialog over a real main
+    // window, two seeds of 2000 steps.
     void randomSession()
     {
-        QFETCH(unsigned, seed);
-        std::mt19937 random(seed);
-        auto pick = [&random](int n) { return int(random() % unsigned(n)); };
-        positions(1, 300).save(dir.filePath("column.png"));
-        const QStringList files = {file("one.png", pngClaiming(1, 1)),
-                                   dir.filePath("column.png"),
-                                   file("text.png", "no picture"),
-                                   dir.filePath("s.bmp"),
-                                   dir.filePath("s.zzz"),
-                                   QString(ZARN_TESTDATA_DIR "/png/basn6a08.png")};
-        MainWindow window;
-        window.resize(400, 300);
-        window.show();
-        QList<QAction*> actions;
-        for (QAction* top : window.menuBar()->actions())
-            for (QAction* action : top->menu()->actions())
-                if (!action->isSeparator() && action->text() != "Quit")
-                    actions << action;
-        QTimer answers;
-        connect(&answers, &QTimer::timeout, [&] {
-            QWidget* w = QApplication::activeModalWidget();
-            if (auto* progress = qobject_cast<QProgressDialog*>(w); progress && !pick(8))
-                return progress->cancel();
-            auto* dialog = qobject_cast<QDialog*>(w);
-            if (!dialog || qobject_cast<QProgressDialog*>(w) ||
-                dialog->property("answered").toBool())
-                return;
-            dialog->setProperty("answered", true);
-            if (auto* slider = dynamic_cast<SliderDialog*>(dialog))
-                slider->valueSlider()->setValue(slider->valueSlider()->minimum() + pick(30));
-            if (auto* fileDialog = qobject_cast<QFileDialog*>(dialog))
-                fileDialog->findChild<QLineEdit*>("fileNameEdit")->setText(files[pick(6)]);
-            if (auto* box = qobject_cast<QMessageBox*>(dialog);
-                box && box->button(QMessageBox::Yes))
-                return box->button(QMessageBox::Yes)->click();
-            QTimer::singleShot(0, dialog, [dialog, accept = pick(3) > 0] {
-                accept ? dialog->accept() : dialog->reject();
-                if (dialog->isVisible())
-                    dialog->reject();
+        for (unsigned seed : {1u, 2u}) {
+            std::mt19937 random(seed);
+            auto pick = [&random](int n) { return int(random() % unsigned(n)); };
+            const QStringList files = {file("one.png", pngClaiming(1, 1)),
+                                       file("text.png", "words"), dir.filePath("s.bmp"),
+                                       dir.filePath("s.zzz"),
+                                       ZARN_TESTDATA_DIR "/png/basn6a08.png"};
+            MainWindow window;
+            window.resize(400, 300);
+            window.show();
+            QTimer answers; // progress dialogs now and then cancelled, others answered once
+            connect(&answers, &QTimer::timeout, [&] {
+                auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+                if (!dialog || dialog->property("seen").toBool() || pick(8))
+                    return;
+                dialog->setProperty("seen", !qobject_cast<QProgressDialog*>(dialog));
+                if (auto* slider = dialog->findChild<QSlider*>())
+                    slider->setValue(slider->minimum() + pick(30));
+                if (auto* name = dialog->findChild<QLineEdit*>("fileNameEdit"))
+                    name->setText(files[pick(5)]);
+                QTimer::singleShot(0, dialog, [dialog, accept = pick(3) > 0] {
+                    accept ? dialog->accept() : dialog->reject();
+                    if (dialog->isVisible())
+                        dialog->reject();
+                });
             });
-        });
-        answers.start(0);
-        Qt::MouseButtons held;
-        const QString keys = "[]f0123456789vbtimlw +-=";
-        const int steps = qEnvironmentVariableIntValue("ZARN_SESSION_STEPS");
-        for (int step = 0; step < (steps ? steps : 2000); ++step) {
-            Canvas* canvas = window.currentCanvas();
-            const int kind = pick(20);
-            if (kind == 0 || !canvas) {
-                actions[pick(actions.size())]->trigger();
-            } else if (kind < 4) {
-                const char key = keys[pick(keys.size())].toLatin1();
-                QTest::keyClick(&window, key, pick(6) ? Qt::NoModifier : Qt::ControlModifier);
-            } else {
-                const QPoint at = pick(10) ? QPoint(pick(canvas->width()), pick(canvas->height()))
-                                           : QPoint(pick(2000) - 1000, pick(2000) - 1000);
-                const auto type = kind < 8    ? QEvent::MouseButtonPress
-                                  : kind < 12 ? QEvent::MouseButtonRelease
-                                              : QEvent::MouseMove;
-                const auto button = type == QEvent::MouseMove ? Qt::NoButton
-                                    : pick(4)                 ? Qt::LeftButton
-                                                              : Qt::RightButton;
-                if (type != QEvent::MouseMove)
-                    held.setFlag(button, type == QEvent::MouseButtonPress);
-                Qt::KeyboardModifiers mods;
-                mods.setFlag(Qt::ShiftModifier, !pick(4)).setFlag(Qt::AltModifier, !pick(5));
-                QMouseEvent event(type, at, canvas->mapToGlobal(at), button, held, mods);
-                QApplication::sendEvent(canvas, &event);
+            answers.start(0);
+            const QList<QAction*> actions = window.findChildren<QAction*>();
+            const int steps = qEnvironmentVariableIntValue("ZARN_SESSION_STEPS");
+            for (int step = 0; step < (steps ? steps : 2000); ++step) {
+                Canvas* canvas = window.currentCanvas();
+                const int kind = pick(20);
+                if (kind == 0 || !canvas) {
+                    QAction* action = actions[pick(actions.size())];
+                    if (action->text() != "Quit")
+                        action->trigger();
+                } else if (kind < 4) {
+                    QTest::keyClick(&window, "[]f0123456789vbtimlw +-="[pick(24)],
+                                    pick(6) ? Qt::NoModifier : Qt::ControlModifier);
+                } else {
+                    const QPoint at = pick(10)
+                                          ? QPoint(pick(canvas->width()), pick(canvas->height()))
+                                          : QPoint(pick(2000) - 1000, pick(2000) - 1000);
+                    // A press, a release, a double click or a move.
+                    const auto type = QEvent::Type(QEvent::MouseButtonPress + pick(4));
+                    const auto button = type == QEvent::MouseMove ? Qt::NoButton
+                                        : pick(4)                 ? Qt::LeftButton
+                                                                  : Qt::RightButton;
+                    const auto mods =
+                        Qt::KeyboardModifiers::fromInt((pick(4) ? 0 : int(Qt::ShiftModifier)) |
+                                                       (pick(5) ? 0 : int(Qt::AltModifier)));
+                    QMouseEvent event(type, at, canvas->mapToGlobal(at), button,
+                                      button | (pick(2) ? Qt::LeftButton : Qt::NoButton), mods);
+                    QApplication::sendEvent(canvas, &event);
+                }
+                QCoreApplication::processEvents();
+                QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+                const QString broken = brokenInvariant(window);
+                QVERIFY2(
+                    broken.isEmpty(),
+                    qPrintable(QString("seed %1 step %2: %3").arg(seed).arg(step).arg(broken)));
             }
-            QCoreApplication::processEvents();
-            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-            const QString broken = brokenInvariant(window);
-            QVERIFY2(broken.isEmpty(), qPrintable(QString("step %1: %2").arg(step).arg(broken)));
         }
     }
 };
