@@ -16,66 +16,62 @@
 
 namespace {
 
-// What a run's progress dialog offered and every value it was given.
-struct ProgressLog
+// What the last run's progress dialog offered and every value it was given.
+struct
 {
     QString offered;
     int maximum = 0;
     QList<int> values;
     bool showAtOnce = false; // so that a timer can cancel it
-};
+} progress;
 
 template <typename F> class Watched : public F
 {
 public:
-    Watched(QWidget* parent, ProgressLog* log) : F(parent), log(log) {}
-    ProgressLog* log;
+    using F::F;
 
 protected:
     std::unique_ptr<QProgressDialog> createProgress(const QString& text, int max) const override
     {
         auto dialog = F::createProgress(text, max);
-        const bool modal =
-            dialog->windowModality() == Qt::WindowModal && dialog->parentWidget() == F::parent();
-        log->offered =
-            QString::asprintf("%s %s %d..%d%s", qPrintable(dialog->labelText()),
-                              qPrintable(dialog->template findChild<QPushButton*>()->text()),
-                              dialog->minimum(), dialog->maximum(), modal ? " modal" : "");
-        log->maximum = max;
+        progress.offered = QString::asprintf(
+            "%s %s %d..%d%s", qPrintable(dialog->labelText()),
+            qPrintable(dialog->template findChild<QPushButton*>()->text()), dialog->minimum(), max,
+            dialog->windowModality() == Qt::WindowModal && dialog->parentWidget() == F::parent()
+                ? " modal"
+                : "");
+        progress.maximum = max;
         QObject::connect(dialog->template findChild<QProgressBar*>(), &QProgressBar::valueChanged,
-                         [this](int value) { log->values.append(value); });
-        if (log->showAtOnce)
+                         [](int value) { progress.values.append(value); });
+        if (progress.showAtOnce)
             dialog->setMinimumDuration(0);
         return dialog;
     }
 };
-class OpenBump : public Watched<BumpFilter>
+
+struct OpenBump : Watched<BumpFilter>
 {
-public:
-    using Watched<BumpFilter>::Watched;
-    using BumpFilter::bump;
-    using BumpFilter::bumpHeight;
-    using BumpFilter::bumpWidth;
+    using BumpFilter::bump, BumpFilter::bumpWidth, BumpFilter::bumpHeight;
+    using Watched::Watched;
 };
-class OpenZarnonimate : public Watched<ZarnonimateFilter>
+struct OpenZarnonimate : Watched<ZarnonimateFilter>
 {
-public:
-    using Watched<ZarnonimateFilter>::Watched;
+    using Watched::Watched;
     using ZarnonimateFilter::rowTable;
 };
 
 // The filter of a menu entry and the picture its default run should give.
-Filter* makeFilter(const QString& name, QWidget* parent, ProgressLog* log)
+Filter* makeFilter(const QString& name, QWidget* parent)
 {
     if (name == "Zarnert")
-        return new Watched<InvertFilter>(parent, log);
+        return new Watched<InvertFilter>(parent);
     if (name == "Zarnelate")
-        return new Watched<ZarnelateFilter>(parent, log);
+        return new Watched<ZarnelateFilter>(parent);
     if (name == "Zarnify")
-        return new Watched<ZarnifyFilter>(parent, log);
+        return new Watched<ZarnifyFilter>(parent);
     if (name == "Zarnelure")
-        return new OpenBump(parent, log);
-    return new OpenZarnonimate(parent, log);
+        return new OpenBump(parent);
+    return new OpenZarnonimate(parent);
 }
 QImage filterResult(const QString& name, Filter* filter, QImage picture)
 {
@@ -186,19 +182,20 @@ void TestFilters::runProtocol()
     QFETCH(QString, expected);
     const QImage picture = positions(200, 200);
     Harness h(picture);
-    ProgressLog log;
-    Filter* filter = makeFilter(name, &h.window, &log);
+    Filter* filter = makeFilter(name, &h.window);
+    progress = {};
     const bool asks = !expected.startsWith('|');
     const auto offered = answerSlider(std::nullopt, asks ? 200 : 0);
     filter->run(h.canvas, false);
     QCoreApplication::processEvents();
     h.canvas->image() = picture;
     QCOMPARE(h.canvas->undoCount(), asks ? 1 : 2);
-    log.values.clear();
+    progress.values.clear();
     h.select(QRect(2, 3, 40, 20));
     std::srand(1);
     filter->run(h.canvas, true);
-    QCOMPARE(*offered + "|" + log.offered + ", " + QString::number(log.values.size()), expected);
+    QCOMPARE(*offered + "|" + progress.offered + ", " + QString::number(progress.values.size()),
+             expected);
     QCOMPARE(h.canvas->undoCount(), asks ? 2 : 3);
     const QImage all = expectedRun(name, filter, picture);
     for (QPoint p : {QPoint(2, 3), QPoint(41, 22), QPoint(1, 3), QPoint(42, 22), QPoint(150, 50)})
@@ -213,9 +210,9 @@ void TestFilters::runProtocol()
     QCOMPARE(h.canvas->image(), all);
     QCOMPARE(h.canvas->image().text("Comment") + QString::number(h.canvas->image().offset().y()),
              "kept4");
-    if (log.offered.isEmpty())
+    if (progress.offered.isEmpty())
         return;
-    log.showAtOnce = true;
+    progress.showAtOnce = true;
     h.canvas->image() = picture;
     std::function<void(int)> cancelWhenShown = [&](int attempts) {
         QTimer::singleShot(0, &h.window, [&, attempts] {
@@ -230,7 +227,7 @@ void TestFilters::runProtocol()
     filter->run(h.canvas, true);
     QCOMPARE(h.canvas->image(), picture);
     QCOMPARE(h.canvas->undoCount(), asks ? 4 : 5);
-    QVERIFY(log.values.last() < log.maximum);
+    QVERIFY(progress.values.last() < progress.maximum);
 }
 
 void TestFilters::invertAndZarnelateNumbers()
@@ -313,8 +310,7 @@ void TestFilters::bumpSlopesAndDisplacement()
     const QTemporaryDir dir;
     QVERIFY(map.save(dir.filePath("map.png")));
     QWidget window;
-    ProgressLog log;
-    OpenBump filter(&window, &log);
+    OpenBump filter(&window);
     QCOMPARE(std::make_pair(filter.bumpWidth, filter.bumpHeight), std::make_pair(64, 64));
     QVERIFY(filter.loadBump(dir.filePath("map.png").toUtf8().constData()));
     QCOMPARE(std::make_pair(filter.bumpWidth, filter.bumpHeight), std::make_pair(3, 3));
@@ -369,8 +365,7 @@ void TestFilters::zarnonimateOffsets()
     QCOMPARE(calc_ofs(4, 2, 2), (OffsetTable{{0, false}, {1, false}, {0, true}, {3, false}}));
 
     QWidget window;
-    ProgressLog log;
-    OpenZarnonimate filter(&window, &log);
+    OpenZarnonimate filter(&window);
     const QImage result = zarnonimate_image(positions(200, 130), filter.rowTables(), 128, 128);
     for (int y : {0, 128}) // row 128 starts the silhouette over
         for (int x = 0; x < 200; ++x) {
