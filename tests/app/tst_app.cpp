@@ -19,12 +19,12 @@
 #include "app/imagefile.h"
 #include "app/splash.h"
 #include "support/zarntest.h"
+#include "tools/magicwandtool.h"
 
 namespace {
 
-class Window : public MainWindow
+struct Window : MainWindow
 {
-public:
     using MainWindow::filterZarnelate;
     Window()
     {
@@ -33,13 +33,11 @@ public:
         if (!QTest::qWaitForWindowActive(this))
             qFatal("the window never became active");
     }
-    void trigger(const QString& menu, const QString& label) const
+    void trigger(const QString& label) const
     {
-        for (QAction* top : menuBar()->actions())
-            for (QAction* entry : top->menu()->actions())
-                if (top->text() == menu && entry->text() == label)
-                    return entry->trigger();
-        QFAIL(qPrintable("no menu entry " + menu + " > " + label));
+        for (QAction* action : findChildren<QAction*>())
+            if (action->text() == label)
+                return action->trigger();
     }
     // Title, file name ("-" when none), the document's state, the tools'.
     QString document() const
@@ -49,14 +47,6 @@ public:
             .arg(windowTitle(), filename.isNull() ? "-" : filename, state)
             .arg(toolActions()->isEnabled() ? "on" : "off");
     }
-};
-
-class KeyRecorder : public Tool
-{
-public:
-    void keyPressEvent(int, const QString& text, Qt::KeyboardModifiers) override { keys << text; }
-    void activeEvent(bool active) override { keys << (active ? "on" : "off"); }
-    QStringList keys;
 };
 
 // Runs command, closing every modal widget that appears; returns their
@@ -83,13 +73,10 @@ QStringList dialogsDuring(const std::function<void()>& command)
 class TestApp : public QObject
 {
     Q_OBJECT
+    QTemporaryDir dir;
 
 private slots:
-    void initTestCase()
-    {
-        QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
-        QVERIFY(dir.isValid());
-    }
+    void initTestCase() { QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs); }
     // A failed check can leave a dialog driver polling: let it run out.
     void cleanup()
     {
@@ -107,88 +94,76 @@ private slots:
                 entries << (e->isSeparator() ? "-" : e->text() + "=" + e->shortcut().toString());
             menus << (top ? top->text() : "Tools") + ": " + entries.join(", ");
         }
-        QCOMPARE(menus.join('\n'), "File: New...=Ctrl+N, Open...=Ctrl+O, Save...=Ctrl+S, "
-                                   "Close=Ctrl+W, -, Quit=Ctrl+Q\n"
-                                   "Edit: Undo=Ctrl+Z, Redo=Ctrl+R, -, Select All=Ctrl+A, "
-                                   "Clear Selection=Ctrl+D, Invert Selection=Ctrl+Shift+I\n"
-                                   "Filters: Last=Ctrl+F, -, Zarnert=Ctrl+I, Zarnelate=, "
-                                   "Zarnify=, Zarnelure=, Zarnonimate=\n"
-                                   "Help: About=\n"
-                                   "Tools: Move=V, Brush=B, Text=T, Eyedropper=I, Marquee=M, "
-                                   "Lasso=L, Magic Wand=W");
+        QCOMPARE(menus.join('\n'),
+                 "File: New...=Ctrl+N, Open...=Ctrl+O, Save...=Ctrl+S, Close=Ctrl+W, -, "
+                 "Quit=Ctrl+Q\nEdit: Undo=Ctrl+Z, Redo=Ctrl+R, -, Select All=Ctrl+A, "
+                 "Clear Selection=Ctrl+D, Invert Selection=Ctrl+Shift+I\n"
+                 "Filters: Last=Ctrl+F, -, Zarnert=Ctrl+I, Zarnelate=, Zarnify=, "
+                 "Zarnelure=, Zarnonimate=\nHelp: About=\nTools: Move=V, Brush=B, "
+                 "Text=T, Eyedropper=I, Marquee=M, Lasso=L, Magic Wand=W");
         // Without a document every command but About does nothing, silently.
-        QCOMPARE(
-            dialogsDuring([&w] {
-                for (QAction* top : w.menuBar()->actions())
-                    for (QAction* entry : top->menu()->actions())
-                        if (!QStringList({"New...", "Open...", "Quit"}).contains(entry->text()))
-                            entry->trigger();
-            }),
-            QStringList("About: What zarn?"));
+        const QStringList dialogs = dialogsDuring([&w] {
+            for (QAction* action : w.menuBar()->findChildren<QAction*>())
+                if (!QStringList({"New...", "Open...", "Quit"}).contains(action->text()))
+                    action->trigger();
+        });
         QTest::keyClick(&w, Qt::Key_B); // tool letters are dropped while disabled
-        QCOMPARE(w.document() + (w.toolActions()->checkedAction() ? " picked" : ""),
-                 "|-|none|tools off");
+        QCOMPARE(dialogs.join(' ') + " " + w.document() +
+                     (w.toolActions()->checkedAction() ? "!" : ""),
+                 "About: What zarn? |-|none|tools off");
     }
 
     void documentCommands()
     {
         Window w;
-        w.trigger("File", "New...");
+        w.trigger("New...");
         QPointer<Canvas> first = w.currentCanvas();
         QCOMPARE(w.document(), "Untitled||unchanged|tools on");
         QCOMPARE(first->image(), filled(800, 600, 0xFFFFFFFF));
-        QCOMPARE(dialogsDuring([&w] { w.trigger("Filters", "Last"); }), QStringList());
-        w.trigger("Edit", "Select All");
+        w.trigger("Last"); // nothing ran yet
+        w.trigger("Select All");
         QCOMPARE(QRegion(first->mask()), QRegion(0, 0, 800, 600));
-        w.trigger("Edit", "Invert Selection");
-        QVERIFY(first->isMaskEmpty());
+        w.trigger("Invert Selection");
         QTest::keyClick(&w, Qt::Key_I, Qt::ControlModifier); // Zarnert
-        QCOMPARE(first->image().pixel(10, 10), qRgb(0, 0, 0));
+        QVERIFY(first->isMaskEmpty() && first->image().pixel(10, 10) == qRgb(0, 0, 0));
         // A cancelled settings dialog still makes the filter the last one;
         // New replaces an unsaved document without asking.
-        QCOMPARE(dialogsDuring([&w] { w.trigger("Filters", "Zarnelate"); }),
-                 QStringList("Zarnelate"));
-        QCOMPARE(first->undoCount(), 2);
-        QCOMPARE(dialogsDuring([&w] { w.trigger("File", "New..."); }), QStringList());
+        QStringList dialogs = dialogsDuring([&w] { w.trigger("Zarnelate"); });
+        dialogs += dialogsDuring([&w] { w.trigger("New..."); });
+        dialogs += dialogsDuring([&w] { w.trigger("Last"); });
+        QCOMPARE(dialogs, QStringList("Zarnelate"));
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QVERIFY(first.isNull());
-        QCOMPARE(dialogsDuring([&w] { w.trigger("Filters", "Last"); }), QStringList());
         QCOMPARE(w.currentCanvas()->undoCount(), 2); // Last ran Zarnelate without asking
         QCOMPARE(w.previousFilter(), w.filterZarnelate);
-        w.trigger("File", "Close");
+        w.trigger("Close");
         QCOMPARE(w.document(), "|-|none|tools off");
     }
 
     void openAndSave()
     {
         Window w;
-        // Through the dialog: converted, default resolution, title and path.
-        for (const char* name : {"basn3p02.png", "basn0g16.png", "basn2c08.png"}) {
+        // Through the dialog: converted, title and path; then text, a folder,
+        // a cancel, an unknown suffix and a missing folder change nothing.
+        for (const char* name : {"basn0g16.png", "basn2c08.png"}) {
             const QString path = QDir::cleanPath(ZARN_TESTDATA_DIR "/png/") + "/" + name;
             auto caption = answerFileDialog(path);
-            w.trigger("File", "Open...");
+            w.trigger("Open...");
             QCOMPARE(*caption + " " + w.document(),
                      QString("Open Image ") + name + "|" + path + "|unchanged|tools on");
             QCOMPARE(w.currentCanvas()->image(), load_image_file(path));
         }
-        QCOMPARE(w.currentCanvas()->image().dotsPerMeterX(),
-                 QImage(1, 1, QImage::Format_RGB32).dotsPerMeterX());
-        // Text, a folder, a cancel; an unknown suffix, a missing folder, a
-        // cancel: nothing changes.
         Canvas* canvas = w.currentCanvas();
         canvas->undoSnapshot();
         const QString before = w.document();
-        for (const QString& path : {QString(ZARN_SOURCE_DIR "/README.md"), dir.path(), QString()}) {
-            answerFileDialog(path);
-            w.trigger("File", "Open...");
-        }
-        QCOMPARE(w.currentCanvas(), canvas);
+        for (const QString& path : {QString(ZARN_SOURCE_DIR "/README.md"), dir.path(), QString()})
+            answerFileDialog(path), w.trigger("Open...");
         for (const QString& name : {dir.filePath("a.zzz"), dir.filePath("no/a.png"), QString()}) {
             auto caption = answerFileDialog(name);
-            w.trigger("File", "Save...");
+            w.trigger("Save...");
             QCOMPARE(*caption + " " + w.document(), "Save Image " + before);
-            QVERIFY(name.isNull() || !QFile::exists(name));
         }
+        QVERIFY(w.currentCanvas() == canvas && !QFile::exists(dir.filePath("a.zzz")));
         answerFileDialog(dir.filePath("picture.png"));
         w.activateWindow(); // a closed dialog takes the activation with it
         QVERIFY(QTest::qWaitForWindowActive(&w));
@@ -200,50 +175,43 @@ private slots:
         QCOMPARE(reloaded, canvas->image());
     }
 
-    void toolShortcutsAndKeys()
+    // Letters pick tools; other keys reach the tool; a tool picked under
+    // the hand goes above the one before; a new document starts with none.
+    void toolKeys()
     {
         Window w;
-        w.trigger("File", "New...");
+        w.trigger("New...");
         Canvas* canvas = w.currentCanvas();
-        const QStringList labels = {"Move",    "Brush", "Text",      "Eyedropper",
-                                    "Marquee", "Lasso", "Magic Wand"};
-        for (int i = 0; i < 7; ++i) {
-            QTest::keyClick(&w, "vbtimlw"[i]);
-            QCOMPARE(w.toolActions()->checkedAction()->text(), labels[i]);
-            QCOMPARE(canvas->tool(), w.registeredTool(labels[i]));
-            QCOMPARE(canvas->toolDepth(), 1);
+        QString picked;
+        for (char key : QByteArray("vbtimlw")) {
+            QTest::keyClick(&w, key);
+            picked += QString("%1%2 ")
+                          .arg(w.toolActions()->checkedAction()->text())
+                          .arg(canvas->toolDepth());
+            QCOMPARE(canvas->tool(), w.registeredTool(w.toolActions()->checkedAction()->text()));
         }
-        // Other keys reach the tool; re-picking the checked tool deactivates
-        // and activates it again; the letter itself never reaches a tool.
-        auto* recorder = new KeyRecorder; // outlives the canvas like the real tools
-        canvas->popTool();
-        canvas->pushTool(recorder);
-        QTest::keyClicks(&w, "]5m");
-        QCOMPARE(recorder->keys, QStringList({"on", "]", "5", "off"}));
-        QTest::keyPress(&w, Qt::Key_Space); // picked under the hand: goes above the old tool
+        QCOMPARE(picked, "Move1 Brush1 Text1 Eyedropper1 Marquee1 Lasso1 Magic Wand1 ");
+        QTest::keyClicks(&w, "]]]");
+        QCOMPARE(static_cast<MagicWandTool*>(canvas->tool())->currentTolerance(), 67);
+        QTest::keyPress(&w, Qt::Key_Space);
         QTest::keyClick(&w, Qt::Key_B);
         QTest::keyRelease(&w, Qt::Key_Space);
-        QCOMPARE(canvas->tool(), w.registeredTool("Brush"));
-        QCOMPARE(canvas->toolDepth(), 2);
-        w.trigger("File", "New..."); // no active tool; the checked action stays
-        QCOMPARE(w.currentCanvas()->toolDepth(), 0);
-        QCOMPARE(w.toolActions()->checkedAction()->text(), QString("Brush"));
+        QVERIFY(canvas->tool() == w.registeredTool("Brush") && canvas->toolDepth() == 2);
+        w.trigger("New...");
+        QVERIFY(!w.currentCanvas()->tool() && w.toolActions()->checkedAction()->text() == "Brush");
     }
 
     void colorSwatch()
     {
         Window w;
-        QCOMPARE(w.drawColor(), QColor(0, 128, 0));
-        QString seen; // the right button opens nothing, the left the colour dialog
-        whenModal([&seen](QWidget* dialog) { seen += dialog->windowTitle(), dialog->close(); }, 5);
-        QTest::mouseClick(w.colorSwatch(), Qt::RightButton);
-        cleanup();
+        QString seen;
         whenModal([&seen](QWidget* dialog) {
             auto* colors = qobject_cast<QColorDialog*>(dialog);
             seen += dialog->windowTitle() + " " + colors->currentColor().name();
             colors->setCurrentColor(QColor(10, 20, 30));
             colors->accept();
         });
+        QTest::mouseClick(w.colorSwatch(), Qt::RightButton); // only the left button asks
         QTest::mouseClick(w.colorSwatch(), Qt::LeftButton);
         QCOMPARE(seen + " " + w.drawColor().name(), "Select Color #008000 #0a141e");
         QCOMPARE(QColor(w.colorSwatch()->grab().toImage().pixel(1, 1)), QColor(10, 20, 30));
@@ -271,63 +239,58 @@ private slots:
                  "SliderDialog " + shown);
         dialog.valueSlider()->setValue(minimum + 1);
         QCOMPARE(number->text(), QString::number(minimum + 1));
-        whenModal([&](QWidget*) {
-            qobject_cast<QPushButton*>(grid->itemAtPosition(0, 3)->widget())->click();
-        });
-        QCOMPARE(dialog.exec() * 1000 + dialog.value(), 1000 + minimum + 1);
-        whenModal([&](QWidget*) {
-            qobject_cast<QPushButton*>(grid->itemAtPosition(1, 3)->widget())->click();
-        });
-        QCOMPARE(dialog.exec(), int(QDialog::Rejected));
+        for (int row : {0, 1}) { // OK, then Cancel
+            whenModal([&](QWidget*) {
+                qobject_cast<QPushButton*>(grid->itemAtPosition(row, 3)->widget())->click();
+            });
+            QCOMPARE(dialog.exec() * 1000 + dialog.value(), (1 - row) * 1000 + minimum + 1);
+        }
     }
 
     void splashAndPluginPath()
     {
         QSplashScreen splash(QPixmap(":/data/splash.png"));
-        QStringList messages, dots;
+        QString messages;
         QElapsedTimer clock;
         clock.start();
-        run_splash_loop(&splash, [&](const QString& m) { messages << m + "|" + splash.message(); });
-        QVERIFY2(clock.elapsed() >= 2500, qPrintable(QString::number(clock.elapsed())));
-        for (int k = 0; k <= 20; ++k)
-            dots << QString(k, '.') + "|" + QString(k, '.');
-        QCOMPARE(messages, dots);
+        run_splash_loop(&splash, [&](const QString& m) {
+            messages += m + (splash.message() == m ? "|" : "?");
+        });
+        QVERIFY2(clock.elapsed() >= 2500 &&
+                     messages == "|.|..|...|....|.....|......|.......|........|"
+                                 ".........|..........|...........|............|"
+                                 ".............|..............|...............|"
+                                 "................|.................|..................|"
+                                 "...................|....................|",
+                 qPrintable(messages));
         QDir parent(QCoreApplication::applicationDirPath());
         parent.cdUp();
         QCOMPARE(add_plugin_path(), parent.absolutePath()); // without "plugins", its parent
-        QVERIFY(parent.mkdir("plugins"));
-        QCOMPARE(add_plugin_path(), parent.absoluteFilePath("plugins"));
+        QVERIFY(parent.mkdir("plugins") && add_plugin_path() == parent.absoluteFilePath("plugins"));
         QVERIFY(QCoreApplication::libraryPaths().contains(parent.absoluteFilePath("plugins")));
         QVERIFY(parent.rmdir("plugins"));
     }
 
-    // Every picture of the PNG suite loads converted and comes back
-    // unchanged from a save; for other formats the content decides.
+    // The PNG suite loads converted and comes back unchanged from a save;
+    // a name ending in "@2x" still makes a plain pixel picture.
     void imageFiles()
     {
         const QDir suite(ZARN_TESTDATA_DIR "/png");
-        const QStringList names = suite.entryList({"*.png"}, QDir::Files, QDir::Name);
-        QVERIFY(names.size() > 100);
-        for (const QString& name : names) {
+        for (const QString& name : suite.entryList({"*.png"}, QDir::Files)) {
             const QImage loaded = load_image_file(suite.filePath(name));
-            QCOMPARE(loaded.size(), QImageReader(suite.filePath(name)).size());
             QVERIFY2(save_image_file(loaded, dir.filePath("copy.png")), qPrintable(name));
             QImage back = load_image_file(dir.filePath("copy.png"));
             back.setColorSpace(loaded.colorSpace());
-            QVERIFY2(back == loaded && back.format() == QImage::Format_ARGB32_Premultiplied,
+            QVERIFY2(back == loaded && back.size() == QImageReader(suite.filePath(name)).size() &&
+                         back.format() == QImage::Format_ARGB32_Premultiplied,
                      qPrintable(name));
         }
-        for (const auto& [name, format] : {std::pair("p.tif", "TIFF"),
-                                           {"p.webp", "WEBP"},
-                                           {"png.jpg", "PNG"},
-                                           {"p@2x.png", "PNG"}}) {
-            QVERIFY(positions(7, 5).save(dir.filePath(name), format, 100));
-            QImage loaded = load_image_file(dir.filePath(name));
-            QPainter(&loaded).fillRect(1, 1, 1, 1, Qt::black); // a plain pixel image, also "@2x"
-            QImage expected = positions(7, 5);
-            expected.setPixel(1, 1, qRgb(0, 0, 0));
-            QCOMPARE(loaded, expected);
-        }
+        QVERIFY(positions(7, 5).save(dir.filePath("p@2x.png")));
+        QImage loaded = load_image_file(dir.filePath("p@2x.png"));
+        QPainter(&loaded).fillRect(1, 1, 1, 1, Qt::black);
+        QImage expected = positions(7, 5);
+        expected.setPixel(1, 1, qRgb(0, 0, 0));
+        QCOMPARE(loaded, expected);
     }
 
     void opensUpright_data()
@@ -352,10 +315,11 @@ private slots:
         QVERIFY(buffer.open(QIODevice::WriteOnly) && picture.save(&buffer, "JPEG", 95));
         QByteArray bytes = buffer.data();
         if (orientation) // APP1 "Exif", a big-endian TIFF header, one entry: 0x0112
-            bytes.insert(2, QByteArray("\xff\xe1\0\042Exif\0\0MM\0\x2a\0\0\0\x08\0\x01\x01\x12\0"
-                                       "\x03\0\0\0\x01\0",
-                                       29) +
-                                char(orientation) + QByteArray(6, 0));
+            bytes.insert(
+                2, QByteArray(
+                       "\xff\xe1\0\042Exif\0\0MM\0\x2a\0\0\0\x08\0\x01\x01\x12\0\x03\0\0\0\x01\0",
+                       29) +
+                       char(orientation) + QByteArray(6, 0));
         QFile file(dir.filePath("photo.jpg"));
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() &&
                 file.flush());
@@ -363,12 +327,11 @@ private slots:
         const QSize size = orientation >= 5 ? QSize(20, 30) : QSize(30, 20);
         QCOMPARE(opened.size(), size);
         QCOMPARE(opened.pixel(0, 0) & 0x808080u, corners[topLeft] & 0x808080u); // JPEG is lossy
-        if (!orientation)
-            QCOMPARE(opened, QImage::fromData(bytes).convertToFormat(opened.format()));
+        QVERIFY(orientation || opened == QImage::fromData(bytes).convertToFormat(opened.format()));
         QVERIFY(save_image_file(opened, dir.filePath("saved.jpg")));
         QImageReader saved(dir.filePath("saved.jpg"));
-        QCOMPARE(saved.transformation(), QImageIOHandler::TransformationNone);
-        QCOMPARE(saved.size(), size);
+        QVERIFY(saved.transformation() == QImageIOHandler::TransformationNone &&
+                saved.size() == size);
     }
 
     // Pictures handed over as arguments or dropped open as File > Open would.
@@ -401,7 +364,8 @@ private slots:
         const QString kept = ZARN_TESTDATA_DIR "/png/basn3p04.png";
         MainWindow window;
         QVERIFY(window.openFile(kept) && window.acceptDrops());
-        int opened = -1; // both taken as a copy, both refused, or the two disagree
+        int opened =
+            window.openFirstOf(drop ? QStringList() : given); // a drop: both taken, or neither
         if (drop) {
             QMimeData data;
             given[0][0] == '/' ? data.setText(given[0]) : data.setUrls(QUrl::fromStringList(given));
@@ -412,8 +376,6 @@ private slots:
             const bool took = dropped.isAccepted() && dropped.dropAction() == Qt::CopyAction;
             opened =
                 took == (enter.isAccepted() && enter.dropAction() == Qt::CopyAction) ? took : -1;
-        } else {
-            opened = window.openFirstOf(given);
         }
         QCOMPARE(opened, int(shown != kept));
         QCOMPARE(window.windowTitle(), QFileInfo(shown).fileName());
@@ -431,9 +393,6 @@ private slots:
             QVERIFY2(type.isEmpty() || QImageReader::supportedMimeTypes().contains(type),
                      type.data());
     }
-
-private:
-    QTemporaryDir dir;
 };
 
 QTEST_MAIN(TestApp)

@@ -33,10 +33,9 @@ inline QImage filled(int width, int height, QRgb pixel)
 // Opaque, and pixel (x, y) names its own position in red and green.
 inline QImage positions(int width, int height)
 {
-    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
-            image.setPixel(x, y, qRgb(x, y, 7));
+    QImage image = filled(width, height, 0);
+    for (int i = 0; i < width * height; ++i)
+        image.setPixel(i % width, i / width, qRgb(i % width, i / width, 7));
     return image;
 }
 
@@ -62,11 +61,9 @@ inline std::shared_ptr<QString> answerFileDialog(const QString& path)
         *caption = w->windowTitle();
         if (auto* dialog = qobject_cast<QFileDialog*>(w); dialog && !path.isNull()) {
             whenModal([](QWidget* box) {
-                auto* question = qobject_cast<QMessageBox*>(box);
-                if (question && question->button(QMessageBox::Yes))
-                    question->button(QMessageBox::Yes)->click();
-                else if (question) // "file not found"
-                    question->close();
+                if (auto* question = qobject_cast<QMessageBox*>(box)) // or "file not found"
+                    question->button(QMessageBox::Yes) ? question->button(QMessageBox::Yes)->click()
+                                                       : void(question->close());
             });
             dialog->findChild<QLineEdit*>("fileNameEdit")->setText(path);
             static_cast<QDialog*>(dialog)->accept(); // QFileDialog hides its own
@@ -84,14 +81,13 @@ inline std::shared_ptr<QString> answerSlider(std::optional<int> value, int attem
     auto seen = std::make_shared<QString>();
     whenModal(
         [seen, value](QWidget* w) {
-            auto* dialog = dynamic_cast<SliderDialog*>(w);
-            if (!dialog)
-                return;
-            QSlider* slider = dialog->valueSlider();
-            *seen = QString::asprintf("%s %d %d..%d", qPrintable(dialog->windowTitle()),
-                                      dialog->value(), slider->minimum(), slider->maximum());
-            slider->setValue(value.value_or(slider->value()));
-            value ? dialog->accept() : dialog->reject();
+            if (auto* dialog = dynamic_cast<SliderDialog*>(w)) {
+                QSlider* slider = dialog->valueSlider();
+                *seen = QString::asprintf("%s %d %d..%d", qPrintable(w->windowTitle()),
+                                          slider->value(), slider->minimum(), slider->maximum());
+                slider->setValue(value.value_or(slider->value()));
+                value ? dialog->accept() : dialog->reject();
+            }
         },
         attempts);
     return seen;
@@ -100,9 +96,8 @@ inline std::shared_ptr<QString> answerSlider(std::optional<int> value, int attem
 // A shown main window holding the picture at 1:1 with the tool picked from
 // the tool bar. Gestures take image points and go straight to the canvas
 // (the offscreen platform misplaces the cursor).
-class Harness
+struct Harness
 {
-public:
     explicit Harness(const QImage& picture, const QString& label = QString())
     {
         QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
@@ -119,24 +114,24 @@ public:
                 action->trigger();
         tool = window.registeredTool(label);
     }
-    void mouse(QEvent::Type type, const QPoint& at, Qt::MouseButton b = Qt::NoButton,
-               Qt::KeyboardModifiers mods = {})
+    void mouse(QEvent::Type type, int x, int y, Qt::MouseButton b, Qt::KeyboardModifiers mods = {})
     {
         if (type != QEvent::MouseMove)
             held.setFlag(b, type == QEvent::MouseButtonPress);
+        const QPointF at = canvas->imageToWidget(x, y);
         QMouseEvent event(type, at, canvas->mapToGlobal(at), b, held, mods);
         QApplication::sendEvent(canvas, &event);
     }
-    QPoint at(int x, int y) const { return canvas->imageToWidget(x, y).toPoint(); }
     void press(int x, int y, Qt::KeyboardModifiers mods = {}, Qt::MouseButton b = Qt::LeftButton)
     {
-        mouse(QEvent::MouseButtonPress, at(x, y), b, mods);
+        mouse(QEvent::MouseButtonPress, x, y, b, mods);
     }
-    void move(int x, int y) { mouse(QEvent::MouseMove, at(x, y)); }
+    void move(int x, int y) { mouse(QEvent::MouseMove, x, y, Qt::NoButton); }
     void release(int x, int y, Qt::MouseButton b = Qt::LeftButton)
     {
-        mouse(QEvent::MouseButtonRelease, at(x, y), b);
+        mouse(QEvent::MouseButtonRelease, x, y, b);
     }
+    // Pressed at the first point, moved through the rest, released at the last.
     void drag(const QList<QPoint>& path, Qt::KeyboardModifiers mods = {})
     {
         press(path.first().x(), path.first().y(), mods);
@@ -146,25 +141,22 @@ public:
     }
     void type(const QString& text, int times = 1)
     {
-        for (int i = 0; i < times; ++i)
-            QTest::keyClicks(canvas, text);
+        QTest::keyClicks(canvas, text.repeated(times));
     }
     void select(const QRegion& region)
     {
         canvas->mask().fill(Qt::color0);
         QPainter painter(&canvas->mask());
-        painter.setClipRegion(region);
-        painter.fillRect(canvas->mask().rect(), Qt::color1);
+        for (const QRect& rect : region)
+            painter.fillRect(rect, Qt::color1);
         painter.end();
         canvas->updateMaskStuff();
     }
-    QRegion selection() const { return QRegion(canvas->mask()); }
+    QRegion selection() const { return QRegion(std::as_const(*canvas).mask()); }
     bool selects(const QRegion& region) const { return (selection() ^ region).isEmpty(); }
 
     MainWindow window;
     Canvas* canvas = nullptr;
     Tool* tool = nullptr;
-
-private:
     Qt::MouseButtons held;
 };
