@@ -84,14 +84,6 @@ QString brokenInvariant(MainWindow& window, QSize size = QSize())
     return {};
 }
 
-void triggerEntry(MainWindow& window, const QString& label)
-{
-    for (QAction* top : window.menuBar()->actions())
-        for (QAction* action : top->menu()->actions())
-            if (action->text() == label)
-                action->trigger();
-}
-
 } // namespace
 
 class TestReliability : public QObject
@@ -199,12 +191,6 @@ private slots:
             file("giant.png", pngClaiming(100000, 100000)),
             file("wide.png", pngClaiming(0x7fffffff, 1)),
             file("just-over.png", pngClaiming(16385, 16384)), // 1 GiB and a row
-            file("giant.bmp", QByteArray::fromHex(
-                                  "424d46000000000000003600000028000000a08601006079feff01002000") +
-                                  QByteArray(40, 0)),
-            file("giant.gif", QByteArray::fromHex("474946383961ffffffff800000000000ffffff"
-                                                  "2c00000000ffffffff0002024401003b")),
-            file("giant.svg", "<svg xmlns='http://www.w3.org/2000/svg' width='1e5' height='1e5'/>"),
             // A text chunk that claims a gigabyte in a file of a few dozen bytes.
             file("lying.png", pngClaiming(3, 2, be32(0x40000000u) + "tEXtComment")),
             dir.filePath("pipe.png"), "/proc/self/mem", "/dev/zero", dir.filePath("missing.png")};
@@ -291,7 +277,8 @@ private slots:
                 answerSlider(100, QStringList{"Zarnelate", "Zarnify", "Zarnelure"}.contains(entry)
                                       ? 200
                                       : 0);
-                triggerEntry(h.window, entry);
+                for (QAction* action : h.window.findChildren<QAction*>())
+                    action->text() == entry ? action->trigger() : void();
             }
             QCOMPARE(h.canvas->undoCount(), 9); // the brush's, the word's and six filters
             for (int i = 0; i < 3; ++i)
