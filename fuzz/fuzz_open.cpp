@@ -13,8 +13,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     static int argc = 1;
-    static char name[] = "fuzz_open";
-    static char* argv[] = {name, nullptr};
+    static char* argv[] = {const_cast<char*>("fuzz_open"), nullptr};
     static QApplication app(argc, argv);
     static QWidget window;
     static InvertFilter invert(&window);

@@ -2,7 +2,6 @@
 #include <QBuffer>
 #include <QColorSpace>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QGridLayout>
 #include <QImageReader>
 #include <QLabel>
@@ -10,15 +9,12 @@
 #include <QMimeData>
 #include <QPointer>
 #include <QPushButton>
-#include <QSplashScreen>
 #include <QTemporaryDir>
 #include <QToolBar>
 
 #include "app/colorwidget.h"
 #include "app/imagefile.h"
-#include "app/splash.h"
 #include "support/zarntest.h"
-#include "tools/magicwandtool.h"
 
 namespace {
 
@@ -174,32 +170,6 @@ private slots:
         QCOMPARE(reloaded, canvas->image());
     }
 
-    // Letters pick tools; other keys reach the tool; a tool picked under
-    // the hand goes above the one before; a new document starts with none.
-    void toolKeys()
-    {
-        Window w;
-        w.trigger("New...");
-        Canvas* canvas = w.currentCanvas();
-        QString picked;
-        for (char key : QByteArray("vbtimlw")) {
-            QTest::keyClick(&w, key);
-            picked += QString("%1%2 ")
-                          .arg(w.toolActions()->checkedAction()->text())
-                          .arg(canvas->toolDepth());
-            QCOMPARE(canvas->tool(), w.registeredTool(w.toolActions()->checkedAction()->text()));
-        }
-        QCOMPARE(picked, "Move1 Brush1 Text1 Eyedropper1 Marquee1 Lasso1 Magic Wand1 ");
-        QTest::keyClicks(&w, "]]]");
-        QCOMPARE(static_cast<MagicWandTool*>(canvas->tool())->currentTolerance(), 67);
-        QTest::keyPress(&w, Qt::Key_Space);
-        QTest::keyClick(&w, Qt::Key_B);
-        QTest::keyRelease(&w, Qt::Key_Space);
-        QVERIFY(canvas->tool() == w.registeredTool("Brush") && canvas->toolDepth() == 2);
-        w.trigger("New...");
-        QVERIFY(!w.currentCanvas()->tool() && w.toolActions()->checkedAction()->text() == "Brush");
-    }
-
     void sliderDialog_data()
     {
         QTest::addColumn<int>("minimum");
@@ -228,30 +198,6 @@ private slots:
             });
             QCOMPARE(dialog.exec() * 1000 + dialog.value(), (1 - row) * 1000 + minimum + 1);
         }
-    }
-
-    void splashAndPluginPath()
-    {
-        QSplashScreen splash(QPixmap(":/data/splash.png"));
-        QString messages;
-        QElapsedTimer clock;
-        clock.start();
-        run_splash_loop(&splash, [&](const QString& m) {
-            messages += m + (splash.message() == m ? "|" : "?");
-        });
-        QVERIFY2(clock.elapsed() >= 2500 &&
-                     messages == "|.|..|...|....|.....|......|.......|........|"
-                                 ".........|..........|...........|............|"
-                                 ".............|..............|...............|"
-                                 "................|.................|..................|"
-                                 "...................|....................|",
-                 qPrintable(messages));
-        QDir parent(QCoreApplication::applicationDirPath());
-        parent.cdUp();
-        QCOMPARE(add_plugin_path(), parent.absolutePath()); // without "plugins", its parent
-        QVERIFY(parent.mkdir("plugins") && add_plugin_path() == parent.absoluteFilePath("plugins"));
-        QVERIFY(QCoreApplication::libraryPaths().contains(parent.absoluteFilePath("plugins")));
-        QVERIFY(parent.rmdir("plugins"));
     }
 
     // The PNG suite loads converted and comes back unchanged from a save;

@@ -203,29 +203,6 @@ private slots:
         QCOMPARE(text->textFont().pointSize(), 2);
     }
 
-    void eyedropper()
-    {
-        QImage picture = positions(20, 20);
-        picture.setPixel(0, 0, 0x80808080); // half-transparent white reads as opaque mid grey
-        Harness h(picture, "Eyedropper");
-        QString picks;
-        for (const QPointF p : {QPointF(9.5, 9.49),
-                                {-0.5, 3},
-                                {-0.6, 3},
-                                {19.49, 2},
-                                {19.5, 2},
-                                {3, -1e300},
-                                {0, 0}}) {
-            h.window.setDrawColor(Qt::blue);
-            h.tool->mousePressEvent(QPoint(), p, Qt::LeftButton, Qt::LeftButton, {});
-            picks += h.window.drawColor().name() + " "; // halves round up, also below zero
-        }
-        QCOMPARE(picks, "#0a0907 #000307 #0000ff #130207 #0000ff #0000ff #808080 ");
-        h.drag({{4, 7}, {12, 12}}); // a drag picks at the press only, the right button never
-        h.press(5, 5, {}, Qt::RightButton);
-        QCOMPARE(h.window.drawColor(), QColor(4, 7, 7));
-    }
-
     void marqueeAndLasso()
     {
         Harness h(filled(100, 100, 0xffffffff), "Marquee");
