@@ -56,13 +56,10 @@ QByteArray readFile(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
 }
 
-long statusKiB(const QByteArray& field)
+long statusKiB(const char* field) // from /proc/self/status
 {
     const QByteArray status = readFile("/proc/self/status");
-    return status.mid(status.indexOf(field + ':') + field.size() + 1)
-        .trimmed()
-        .split(' ')[0]
-        .toLong();
+    return status.mid(status.indexOf(field) + 7).trimmed().split(' ')[0].toLong();
 }
 
 // What a healthy document looks like whatever happened to it.
@@ -71,17 +68,13 @@ QString brokenInvariant(MainWindow& window, QSize size = QSize())
     Canvas* c = window.currentCanvas();
     if (!c)
         return window.toolActions()->isEnabled() ? "tools enabled without a document" : "";
-    const std::pair<bool, const char*> checks[] = {
-        {c->image().format() != QImage::Format_ARGB32_Premultiplied, "format changed"},
-        {size.isValid() && c->image().size() != size, "size changed"},
-        {c->mask().size() != c->image().size(), "mask and picture sizes differ"},
-        {c->undoCount() + c->redoCount() > 20, "history beyond 20"},
-        {c->unpairedCursorPops() != 0, "cursor popped more than pushed"},
-        {c->tool() && c->tool()->activeCanvas() != c, "tool on another canvas"}};
-    for (const auto& [broken, what] : checks)
-        if (broken)
-            return what;
-    return {};
+    return c->image().format() != QImage::Format_ARGB32_Premultiplied ? "format changed"
+           : size.isValid() && c->image().size() != size  ? "size changed"
+           : c->mask().size() != c->image().size()       ? "mask and picture sizes differ"
+           : c->undoCount() + c->redoCount() > 20        ? "history beyond 20"
+           : c->unpairedCursorPops() != 0                ? "cursor popped more than pushed"
+           : c->tool() && c->tool()->activeCanvas() != c ? "tool on another canvas"
+                                                         : "";
 }
 
 } // namespace
