@@ -281,7 +281,8 @@ private slots:
     {
         QRandomGenerator random(2024);
         for (int round = 0; round < 600; ++round) {
-            const int w = 1 + int(random.bounded(45u)), h = 1 + int(random.bounded(45u));
+            const int w = 1 + int(random.bounded(round % 3 ? 45u : 200u)),
+                      h = 1 + int(random.bounded(45u));
             std::vector<unsigned> pixels(size_t(w * h));
             for (size_t i = 0; i < pixels.size(); ++i) {
                 const unsigned r = random.generate(), odd = (int(i) % w + int(i) / w) % 2;
