@@ -2,6 +2,7 @@
 #include <QBuffer>
 #include <QColorSpace>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QGridLayout>
 #include <QImageReader>
 #include <QLabel>
@@ -9,11 +10,13 @@
 #include <QMimeData>
 #include <QPointer>
 #include <QPushButton>
+#include <QSplashScreen>
 #include <QTemporaryDir>
 #include <QToolBar>
 
 #include "app/colorwidget.h"
 #include "app/imagefile.h"
+#include "app/splash.h"
 #include "support/zarntest.h"
 
 namespace {
@@ -198,6 +201,26 @@ private slots:
             });
             QCOMPARE(dialog.exec() * 1000 + dialog.value(), (1 - row) * 1000 + minimum + 1);
         }
+    }
+
+    // 21 messages of growing dots over 100 rounds of 25 ms; "plugins" above
+    // the executable's folder, or that folder's parent, joins the library path.
+    void splashAndPluginPath()
+    {
+        QSplashScreen splash(QPixmap(":/data/splash.png"));
+        QString messages;
+        QElapsedTimer clock;
+        clock.start();
+        run_splash_loop(&splash,
+                        [&](const QString& m) { messages += QString::number(m.size()) + " "; });
+        QCOMPARE(messages + splash.message(),
+                 "0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 " + QString(20, '.'));
+        QVERIFY(clock.elapsed() >= 2500);
+        QDir parent(QCoreApplication::applicationDirPath());
+        parent.cdUp();
+        QCOMPARE(add_plugin_path(), parent.absolutePath());
+        QVERIFY(parent.mkdir("plugins") &&
+                add_plugin_path() == parent.absoluteFilePath("plugins") && parent.rmdir("plugins"));
     }
 
     // The PNG suite loads converted and comes back unchanged from a save;

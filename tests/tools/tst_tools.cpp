@@ -190,6 +190,7 @@ private slots:
             QCOMPARE(h.canvas->image() == unselected, selected.boundingRect().width() != 40);
         }
         QCOMPARE(changedArea(photo(600, 300), h.canvas->image()).right(), 39);
+        QCOMPARE(text->textFont().pointSize(), 72);
         h.type("[", 40); // down to 2 points and no further
         QCOMPARE(text->textFont().pointSize(), 2);
     }
