@@ -1,22 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <QBuffer>
-#include <QColorSpace>
-#include <QDir>
-#include <QElapsedTimer>
-#include <QGridLayout>
-#include <QImageReader>
-#include <QLabel>
-#include <QMenuBar>
-#include <QMimeData>
-#include <QPointer>
-#include <QPushButton>
-#include <QSplashScreen>
-#include <QTemporaryDir>
-#include <QToolBar>
 
-#include "app/colorwidget.h"
-#include "app/imagefile.h"
-#include "app/splash.h"
 #include "support/zarntest.h"
 
 namespace {

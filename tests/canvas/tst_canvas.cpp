@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <QRandomGenerator>
-#include <cmath>
 #include <cstring>
 
-#include "canvas/edgedetect.h"
 #include "support/zarntest.h"
 
 namespace {

@@ -1,17 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <QProgressBar>
-#include <QProgressDialog>
-#include <QPushButton>
-#include <QSet>
-#include <QTemporaryDir>
-#include <algorithm>
-#include <cmath>
 
-#include "filters/bumpfilter.h"
-#include "filters/invertfilter.h"
-#include "filters/zarnelatefilter.h"
-#include "filters/zarnifyfilter.h"
-#include "filters/zarnonimatefilter.h"
 #include "support/zarntest.h"
 
 namespace {

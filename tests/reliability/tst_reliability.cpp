@@ -2,25 +2,12 @@
 // Nothing may crash Zarn, hang it or lose the picture: hostile files on the
 // Open path, memory running out, a failed save, extreme sizes and a random
 // session. ZARN_SESSION_STEPS lengthens the session for soak runs.
-#include <QElapsedTimer>
-#include <QMenuBar>
-#include <QProgressDialog>
-#include <QTemporaryDir>
-#include <QtEndian>
 #include <csignal>
-#include <random>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "app/imagefile.h"
-#include "canvas/picturememory.h"
-#include "filters/bumpfilter.h"
-#include "filters/invertfilter.h"
-#include "filters/zarnelatefilter.h"
-#include "filters/zarnifyfilter.h"
-#include "filters/zarnonimatefilter.h"
 #include "support/zarntest.h"
 
 namespace {

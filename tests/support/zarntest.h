@@ -3,24 +3,30 @@
 // modal dialogs, and a main window with a document to drive tools through.
 #pragma once
 
-#include <QAbstractButton>
-#include <QActionGroup>
-#include <QApplication>
-#include <QFileDialog>
-#include <QLineEdit>
-#include <QMessageBox>
-#include <QMouseEvent>
-#include <QPainter>
-#include <QSlider>
-#include <QTest>
-#include <QTimer>
-#include <functional>
+#include <QtTest>
+#include <QtWidgets>
+#include <cmath>
 #include <memory>
 #include <optional>
+#include <queue>
+#include <random>
 
+#include "app/colorwidget.h"
+#include "app/imagefile.h"
 #include "app/mainwindow.h"
 #include "app/sliderdialog.h"
+#include "app/splash.h"
 #include "canvas/canvas.h"
+#include "canvas/edgedetect.h"
+#include "canvas/picturememory.h"
+#include "filters/bumpfilter.h"
+#include "filters/invertfilter.h"
+#include "filters/zarnelatefilter.h"
+#include "filters/zarnifyfilter.h"
+#include "filters/zarnonimatefilter.h"
+#include "tools/brushtool.h"
+#include "tools/magicwandtool.h"
+#include "tools/texttool.h"
 #include "tools/tool.h"
 
 inline QImage filled(int width, int height, QRgb pixel)

@@ -1,15 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <QFontDialog>
-#include <QRandomGenerator>
-#include <QStatusBar>
-#include <cmath>
-#include <queue>
-#include <random>
 
 #include "support/zarntest.h"
-#include "tools/brushtool.h"
-#include "tools/magicwandtool.h"
-#include "tools/texttool.h"
 
 namespace {
 
