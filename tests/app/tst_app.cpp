@@ -65,30 +65,17 @@ private slots:
             QCoreApplication::processEvents();
     }
 
-    void menusAndNoDocument()
+    // Without a document every command but About does nothing, silently;
+    // tool letters are dropped while the tools are disabled.
+    void noDocument()
     {
         Window w;
-        QStringList menus; // label=shortcut, "-" a separator
-        for (QAction* top : w.menuBar()->actions() + QList<QAction*>{nullptr}) {
-            QStringList entries;
-            for (QAction* e : top ? top->menu()->actions() : w.findChild<QToolBar*>()->actions())
-                entries << (e->isSeparator() ? "-" : e->text() + "=" + e->shortcut().toString());
-            menus << (top ? top->text() : "Tools") + ": " + entries.join(", ");
-        }
-        QCOMPARE(menus.join('\n'),
-                 "File: New...=Ctrl+N, Open...=Ctrl+O, Save...=Ctrl+S, Close=Ctrl+W, -, "
-                 "Quit=Ctrl+Q\nEdit: Undo=Ctrl+Z, Redo=Ctrl+R, -, Select All=Ctrl+A, "
-                 "Clear Selection=Ctrl+D, Invert Selection=Ctrl+Shift+I\n"
-                 "Filters: Last=Ctrl+F, -, Zarnert=Ctrl+I, Zarnelate=, Zarnify=, "
-                 "Zarnelure=, Zarnonimate=\nHelp: About=\nTools: Move=V, Brush=B, "
-                 "Text=T, Eyedropper=I, Marquee=M, Lasso=L, Magic Wand=W");
-        // Without a document every command but About does nothing, silently.
         const QStringList dialogs = dialogsDuring([&w] {
             for (QAction* action : w.menuBar()->findChildren<QAction*>())
                 if (!QStringList({"New...", "Open...", "Quit"}).contains(action->text()))
                     action->trigger();
         });
-        QTest::keyClick(&w, Qt::Key_B); // tool letters are dropped while disabled
+        QTest::keyClick(&w, Qt::Key_B);
         QCOMPARE(dialogs.join(' ') + " " + w.document() +
                      (w.toolActions()->checkedAction() ? "!" : ""),
                  "About: What zarn? |-|none|tools off");

@@ -215,21 +215,17 @@ private slots:
         h.drag({{40, 40}});
         QVERIFY(h.canvas->isMaskEmpty());
 
-        h.pick("Lasso"); // a figure eight fills both loops; fewer than three points only clear
+        h.pick("Lasso"); // a figure eight fills both loops
         h.drag({{10, 10}, {90, 50}, {90, 10}, {10, 50}});
         const auto selected = [&h](int x, int y) { return h.selection().contains(QPoint(x, y)); };
         QVERIFY(selected(20, 30) && selected(80, 30) && !selected(50, 15) && !selected(50, 45));
-        h.drag({{50, 50}, {90, 90}});
+        h.drag({{50, 50}, {90, 90}}); // fewer than three points only clear
         QVERIFY(h.canvas->isMaskEmpty());
-        h.drag({{10, 10}, {30, 10}, {10, 30}});
-        h.drag({{60, 60}, {90, 60}, {60, 90}}, Qt::ShiftModifier);
-        h.drag({{0, 0}, {30, 0}, {0, 30}}, Qt::AltModifier);
         h.press(0, 60, Qt::ShiftModifier); // the release point is no corner
         h.move(20, 60);
         h.move(0, 80);
         h.release(40, 95);
-        QVERIFY(!selected(11, 11) && selected(17, 17) && selected(65, 65) && selected(3, 63) &&
-                !selected(30, 80));
+        QVERIFY(selected(3, 63) && !selected(30, 80));
     }
 
     void wand()
