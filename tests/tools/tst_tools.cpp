@@ -74,7 +74,6 @@ private slots:
         for (bool noisy : {false, true}) {
             QTest::addRow("left half %d", noisy) << QPointF(-2.5, 10) << noisy;
             QTest::addRow("top half %d", noisy) << QPointF(10, -6.5) << noisy;
-            QTest::addRow("corner halves %d", noisy) << QPointF(-0.5, -1.5) << noisy;
             QTest::addRow("fractions %d", noisy) << QPointF(-1.25, 20.7) << noisy;
         }
     }
