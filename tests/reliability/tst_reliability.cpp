@@ -173,7 +173,7 @@ private slots:
         QFile peak("/proc/self/clear_refs"); // resets the peak mark to the current size
         QVERIFY(peak.open(QIODevice::WriteOnly) && peak.write("5") == 1);
         peak.close();
-        const long before = statusKiB("VmRSS");
+        [[maybe_unused]] const long before = statusKiB("VmRSS");
         for (const QString& path : hostile + suite.entryList({"x*.png"}, QDir::Files)) {
             answerFileDialog(path.startsWith('/') ? path : suite.filePath(path));
             QElapsedTimer clock;
