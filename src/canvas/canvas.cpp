@@ -70,16 +70,6 @@ QImage document_from(const QImage& image)
     return document;
 }
 
-// The mask as LSB-first bits, a bit of 1 being a selected pixel.
-QImage selected_bits(const QBitmap& mask)
-{
-    QImage bits = mask.toImage().convertToFormat(QImage::Format_MonoLSB);
-    const QRgb selected = QColor(Qt::color1).rgba();
-    if (bits.color(1) != selected && bits.color(0) == selected)
-        bits.invertPixels();
-    return bits;
-}
-
 // A region clip costs Qt spans for its height times its rectangle count (an
 // int that a noisy outline can overflow), so the outline is clipped in bands
 // of a few rows, each with only its own rectangles.
@@ -189,6 +179,15 @@ QImage dark_pixels(const QImage& picture)
 
 } // namespace
 
+QImage selected_bits(const QBitmap& mask)
+{
+    QImage bits = mask.toImage().convertToFormat(QImage::Format_MonoLSB);
+    const QRgb selected = QColor(Qt::color1).rgba();
+    if (bits.color(1) != selected && bits.color(0) == selected)
+        bits.invertPixels();
+    return bits;
+}
+
 // ---------------------------------------------------------------------------
 // Document
 
@@ -270,7 +269,7 @@ bool Canvas::isMaskEmpty() const
         return maskEmptyState == 1;
     if (selectionMask.isNull())
         return true;
-    const QImage bits = selected_bits(selectionMask);
+    const QImage& bits = selectionBits();
     // Bits that could not be read say nothing; "not empty" keeps every
     // writer inside a selection that may exist.
     if (bits.isNull())
@@ -288,8 +287,16 @@ const QRegion& Canvas::maskRegion() const
     return cachedMaskRegion;
 }
 
+const QImage& Canvas::selectionBits() const
+{
+    if (cachedSelectionBits.isNull() && !selectionMask.isNull())
+        cachedSelectionBits = selected_bits(selectionMask);
+    return cachedSelectionBits;
+}
+
 void Canvas::maskChanged()
 {
+    cachedSelectionBits = QImage();
     maskEmptyState = -1;
     maskRegionValid = false;
     cachedMaskRegion = QRegion();
@@ -306,7 +313,7 @@ void Canvas::clearMask()
 void Canvas::invertMask()
 {
     if (!selectionMask.isNull()) {
-        QImage bits = selected_bits(selectionMask);
+        QImage bits = selectionBits();
         bits.invertPixels();
         const QBitmap inverted = QBitmap::fromImage(bits);
         // Out of memory the selection stays as it was.
@@ -361,7 +368,7 @@ void Canvas::applyImageWithMask(const QImage& source)
 // Out of memory the picture stays as it was.
 void Canvas::applyImageWithMask(QImage&& source)
 {
-    const QImage selected = isMaskEmpty() ? QImage() : selected_bits(selectionMask);
+    const QImage selected = isMaskEmpty() ? QImage() : selectionBits();
     if (!isMaskEmpty() && selected.isNull())
         return;
     const bool takeOver = source.isDetached() && source.size() == documentImage.size() &&
@@ -578,7 +585,7 @@ bool Canvas::drawShownMask(QPainter& painter, const QRect& window)
     }
     if (colorizedMaskCache.size() != selectionMask.size())
         colorizedMaskCache = QImage(selectionMask.size(), QImage::Format_ARGB32_Premultiplied);
-    const QImage bits = selected_bits(selectionMask);
+    const QImage& bits = selectionBits();
     if (colorizedMaskCache.isNull() || bits.isNull())
         return false;
     const QRect read = window.adjusted(-2, -2, 2, 2) & selectionMask.rect();

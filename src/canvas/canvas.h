@@ -29,6 +29,9 @@ class Tool;
 // picture). The copy is made ahead, while the program is idle, into a spare
 // buffer; when memory runs short the oldest snapshots go first, and an
 // operation that still does not fit is refused and changes nothing.
+// A bitmap as LSB-first bits, a bit of 1 being a set (Qt::color1) pixel.
+QImage selected_bits(const QBitmap& mask);
+
 class Canvas : public QWidget, private PictureReclaimer
 {
     Q_OBJECT
@@ -71,6 +74,9 @@ public:
     // The clip region of the selection's set pixels, cached until the mask
     // is next handed out for writing or changed by the canvas itself.
     const QRegion& maskRegion() const;
+    // The mask as LSB-first bits, a bit of 1 being a selected pixel, cached
+    // like the region; null when the memory for it cannot be had.
+    const QImage& selectionBits() const;
 
     // View
     QPointF widgetToImage(const QPoint& p) const;
@@ -163,6 +169,7 @@ private:
     mutable int maskEmptyState = -1; // -1 unknown, 0 no, 1 yes
     mutable QRegion cachedMaskRegion;
     mutable bool maskRegionValid = false;
+    mutable QImage cachedSelectionBits;
     // The expanded mask that scaled drawing reads; see drawShownMask().
     QImage colorizedMaskCache;
 

@@ -90,22 +90,13 @@ QImage create_brush(const QBitmap& shape, const QColor& color, int size)
     if (color.alpha() == 255) {
         // An opaque colour fills as its own value: set the silhouette's pixels
         // straight away, sparing the painter, its clip region and its fill.
-        fill_set_pixels(image, selection_bits(shape), color.rgba());
+        fill_set_pixels(image, selected_bits(shape), color.rgba());
     } else {
         QPainter painter(&image);
         painter.setClipRegion(QRegion(shape), Qt::ReplaceClip);
         painter.fillRect(QRect(0, 0, image.width(), image.height()), color);
     }
     return image.scaled(2 * size, 2 * size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-}
-
-QImage selection_bits(const QBitmap& mask)
-{
-    QImage bits = mask.toImage().convertToFormat(QImage::Format_MonoLSB);
-    const QRgb selected = QColor(Qt::color1).rgba();
-    if (bits.color(1) != selected && bits.color(0) == selected)
-        bits.invertPixels();
-    return bits;
 }
 
 void restore_unselected(QImage& image, const QImage& before, const QRect& area,
@@ -212,7 +203,7 @@ void BrushTool::draw(const QPointF& p)
         painter.drawImage(corner, brush);
     }
     if (clipped)
-        restore_unselected(image, before, area, selection_bits(std::as_const(*canvas).mask()));
+        restore_unselected(image, before, area, canvas->selectionBits());
     canvas->update();
 }
 

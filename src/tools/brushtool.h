@@ -12,10 +12,6 @@ class QColor;
 // ground, smoothly scaled to a 2*size square. Shared with the Zarnelate filter.
 QImage create_brush(const QBitmap& shape, const QColor& color, int size);
 
-// The selection mask as least significant bit first one-bit rows, a set bit
-// being a selected pixel.
-QImage selection_bits(const QBitmap& mask);
-
 // Clips a drawing to the selection after the fact: every pixel of area whose
 // selection bit is clear gets its value from before, a copy of area taken
 // before the drawing. Gives the pixels of a painter clipped to the region of

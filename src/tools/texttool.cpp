@@ -85,7 +85,7 @@ void TextTool::draw(const QPointF& p)
         draw(&painter, p, opacity / 100.0, mainWindow->drawColor());
     }
     if (clipped)
-        restore_unselected(image, before, area, selection_bits(std::as_const(*canvas).mask()));
+        restore_unselected(image, before, area, canvas->selectionBits());
     canvas->update();
 }
 
