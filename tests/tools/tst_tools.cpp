@@ -10,8 +10,10 @@ QRect changedArea(const QImage& before, const QImage& after, int threshold = 1)
     QRect area;
     for (int y = 0; y < after.height(); ++y)
         for (int x = 0; x < after.width(); ++x)
-            if (qAbs(qRed(before.pixel(x, y)) - qRed(after.pixel(x, y))) >= threshold)
-                area |= QRect(x, y, 1, 1);
+            for (int shift : {0, 8, 16, 24})
+                if (qAbs(int(before.pixel(x, y) >> shift & 0xff) -
+                         int(after.pixel(x, y) >> shift & 0xff)) >= threshold)
+                    area |= QRect(x, y, 1, 1);
     return area;
 }
 
