@@ -5,11 +5,6 @@
 
 #include <QtTest>
 #include <QtWidgets>
-#include <cmath>
-#include <memory>
-#include <optional>
-#include <queue>
-#include <random>
 
 #include "app/colorwidget.h"
 #include "app/imagefile.h"
@@ -99,25 +94,35 @@ inline std::shared_ptr<QString> answerSlider(std::optional<int> value, int attem
     return seen;
 }
 
-// A shown main window holding the picture at 1:1 with the tool picked from
-// the tool bar. Gestures take image points and go straight to the canvas
-// (the offscreen platform misplaces the cursor).
+// An active main window holding the picture, if any, at 1:1 with the tool
+// picked from the tool bar. Gestures take image points and go straight to
+// the canvas (the offscreen platform misplaces the cursor).
 struct Harness
 {
-    explicit Harness(const QImage& picture, const QString& label = QString())
+    explicit Harness(const QImage& picture = {}, const QString& label = QString())
     {
         QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
         window.resize(900, 700);
         window.show();
-        window.setCanvas(canvas = new Canvas(picture));
-        canvas->resetView();
-        pick(label);
+        window.activateWindow();
+        if (!QTest::qWaitForWindowActive(&window))
+            qFatal("the window never became active");
+        if (!picture.isNull()) {
+            window.setCanvas(canvas = new Canvas(picture));
+            canvas->resetView();
+            pick(label);
+        }
+    }
+    // Triggers the action of the menus or the tool bar with that text.
+    void trigger(const QString& label)
+    {
+        for (QAction* action : window.findChildren<QAction*>())
+            if (action->text() == label && !label.isEmpty())
+                return action->trigger();
     }
     void pick(const QString& label)
     {
-        for (QAction* action : window.toolActions()->actions())
-            if (action->text() == label)
-                action->trigger();
+        trigger(label);
         tool = window.registeredTool(label);
     }
     void mouse(QEvent::Type type, int x, int y, Qt::MouseButton b, Qt::KeyboardModifiers mods = {})
