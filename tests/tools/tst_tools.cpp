@@ -95,26 +95,21 @@ private slots:
         QCOMPARE(h.canvas->image(), expected);
     }
 
-    void brushSizeSteps_data()
-    {
-        QTest::addColumn<QString>("keys");
-        QTest::addColumn<int>("size");
-        QTest::newRow("smallest") << QString(20, '[') << 1;
-        QTest::newRow("15 down by one") << "[" << 14;
-        QTest::newRow("20 down to 15") << "][" << 15;
-        QTest::newRow("50 up by 10, 100 down by 10") << QString(12, ']') + "[" << 90;
-        QTest::newRow("50 down by 5") << QString(7, ']') + "[" << 45;
-        QTest::newRow("200 down by 25") << QString(16, ']') + "[" << 175;
-        QTest::newRow("256 down by 50") << QString(30, ']') + "[" << 206;
-    }
-    // Every key repaints, not only the brackets.
+    // "[" and "]" step by 1 up to 15, by 5 to 50, 10 to 100, 25 to 200 and
+    // 50 beyond, a boundary taking the smaller step; every key repaints.
     void brushSizeSteps()
     {
-        QFETCH(QString, keys);
-        QFETCH(int, size);
         Harness h(filled(10, 10, 0), "Brush");
         h.canvas->findChild<QTimer*>()->stop(); // its ticks repaint too
-        h.type(keys);
+        QString sizes;
+        for (QChar key : "[]]]]]]]][]]]]]][]]]]][]]]]" + QString(26, '[')) {
+            h.type(key);
+            sizes += QString::number(static_cast<BrushTool*>(h.tool)->brushSize()) + " ";
+        }
+        QCOMPARE(sizes,
+                 "14 15 20 25 30 35 40 45 50 45 50 60 70 80 90 100 90 100 125 150 175 200 175 "
+                 "200 250 256 256 206 156 131 106 81 71 61 51 41 36 31 26 21 16 11 10 9 8 "
+                 "7 6 5 4 3 2 1 1 ");
         QCoreApplication::processEvents();
         struct : QObject
         {
@@ -127,7 +122,7 @@ private slots:
         h.canvas->installEventFilter(&counter);
         h.type("a");
         QCoreApplication::processEvents();
-        QCOMPARE(static_cast<BrushTool*>(h.tool)->brushSize() + (counter.paints ? 0 : 1000), size);
+        QVERIFY(counter.paints > 0);
     }
 
     // The word's baseline starts at the press, at the opacity of the last
@@ -236,11 +231,13 @@ private slots:
         QVERIFY(wand->currentTolerance() == 1000 && h.selects(QRegion(0, 0, 6, 4)));
     }
 
-    // The fill gives the arrays of the breadth-first fill taken pixel by
-    // pixel, on random pictures, with several starts and walls now and then.
-    void wandFillMatchesThePixelByPixelFill()
+    // On random pictures, with several starts and walls now and then, the
+    // fill's arrays are pinned by a digest of those of the breadth-first
+    // fill taken pixel by pixel.
+    void wandFillOnRandomPictures()
     {
         QRandomGenerator random(2024);
+        QCryptographicHash fills(QCryptographicHash::Sha1);
         for (int round = 0; round < 600; ++round) {
             const int w = 1 + int(random.bounded(round % 3 ? 45u : 200u)),
                       h = 1 + int(random.bounded(45u));
@@ -256,36 +253,22 @@ private slots:
             for (int y = 0; y < h; ++y)
                 rows.push_back(pixels.data() + size_t(y * w));
             const int tolerance = int(random.bounded(round % 4 ? 6u : 800u));
-            std::queue<QPoint> mine, theirs;
+            std::queue<QPoint> mine;
             for (int i = 0; i < (round % 5 ? 1 : 4); ++i) {
                 QPoint p(int(random.bounded(unsigned(w))), int(random.bounded(unsigned(h))));
                 p = i == 1 ? QPoint(w - 1, p.y()) : i == 3 ? mine.front() : p;
                 mine.push(p);
-                theirs.push(p);
             }
             std::vector<unsigned char> queued(pixels.size()), selected(pixels.size());
             for (auto& mark : queued)
                 mark = round % 7 == 0 && random.bounded(9u) == 0;
-            auto expectQueued = queued, expectSelected = selected;
-            const unsigned seed = rows[size_t(mine.front().y())][mine.front().x()];
-            flood_fill(seed, tolerance, queued.data(), selected.data(), rows, mine, w, h);
-            const int dx[8] = {-1, 1, 0, 0, -1, -1, 1, 1}, dy[8] = {0, 0, -1, 1, -1, 1, -1, 1};
-            for (; !theirs.empty(); theirs.pop()) {
-                const QPoint p = theirs.front();
-                if (pixel_diff(seed, rows[size_t(p.y())][p.x()]) > tolerance)
-                    continue;
-                expectSelected[size_t(p.y() * w + p.x())] = 1;
-                for (int i = 0; i < 8; ++i) {
-                    const int x = p.x() + dx[i], y = p.y() + dy[i];
-                    if (x >= 0 && y >= 0 && x < w && y < h && !expectQueued[size_t(y * w + x)]) {
-                        expectQueued[size_t(y * w + x)] = 1;
-                        theirs.push(QPoint(x, y));
-                    }
-                }
-            }
-            QVERIFY2(queued == expectQueued && selected == expectSelected && mine.empty(),
-                     qPrintable(QString("round %1").arg(round)));
+            flood_fill(rows[size_t(mine.front().y())][mine.front().x()], tolerance, queued.data(),
+                       selected.data(), rows, mine, w, h);
+            QVERIFY(mine.empty());
+            fills.addData(QByteArrayView(queued.data(), qsizetype(queued.size())));
+            fills.addData(QByteArrayView(selected.data(), qsizetype(selected.size())));
         }
+        QCOMPARE(fills.result().toHex().left(20), "a0ad43fb55bde4c2ea94");
     }
 };
 
