@@ -30,7 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     canvas.selectAll();
     canvas.grab();
     invert.run(&canvas, true);
-    if (canvas.image().size() != image.size() ||
+    if (canvas.image().size() != image.size() || canvas.mask().size() != image.size() ||
         image.format() != QImage::Format_ARGB32_Premultiplied)
         abort();
     return 0;
