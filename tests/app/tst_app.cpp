@@ -42,12 +42,6 @@ class TestApp : public QObject
 
 private slots:
     void initTestCase() { QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs); }
-    // A failed check can leave a dialog driver polling: let it run out.
-    void cleanup()
-    {
-        for (int round = 0; round < 250; ++round)
-            QCoreApplication::processEvents();
-    }
 
     // Without a document every command but About does nothing, silently;
     // tool letters are dropped while the tools are disabled.

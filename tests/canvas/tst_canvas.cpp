@@ -9,6 +9,8 @@ struct ProbeCanvas : Canvas
 {
     using Canvas::Canvas;
     using Canvas::outlineDirty, Canvas::undoList, Canvas::wormPattern;
+    int idleTicks = 0; // the worm timer's ticks go to its QTimer, not here
+    void timerEvent(QTimerEvent* e) override { ++idleTicks, Canvas::timerEvent(e); }
 };
 
 // Writes down what the canvas hands it; shows a cross while active.
@@ -93,6 +95,18 @@ private slots:
         QCOMPARE(after(&Canvas::undo), "0/20 0 5");
         QCOMPARE(after(&Canvas::redo), "1/19 0 6");
         QCOMPARE(after(&Canvas::undoSnapshot), "2/0 1 6");
+        // A resting stroke has the next snapshot's copy made ahead, here in
+        // two slices; if the stroke goes on, that copy is stale and not taken.
+        auto rested = makeCanvas(QSize(50, 50), positions(1100, 1000));
+        rested->undoSnapshot();
+        rested->image().setPixel(9, 9, 0xFF000001u);
+        QTRY_VERIFY(rested->idleTicks >= 3); // a quiet tick, then a slice a tick
+        rested->image().setPixel(9, 9, 0xFF000002u);
+        rested->undoSnapshot();
+        const QImage shown = std::as_const(*rested).image().copy();
+        QCOMPARE(shown.pixel(9, 9), 0xFF000002u);
+        QTRY_VERIFY(rested->idleTicks >= 5); // made again, then taken by the next write
+        QCOMPARE(rested->image(), shown);
     }
 
     void applyImageWithMask()

@@ -150,16 +150,7 @@ void TestFilters::runProtocol()
         return;
     progress.showAtOnce = true;
     h.canvas->image() = picture;
-    std::function<void(int)> cancelWhenShown = [&](int attempts) {
-        QTimer::singleShot(0, &h.window, [&, attempts] {
-            auto* dialog = h.window.findChild<QProgressDialog*>();
-            if (dialog && dialog->isVisible())
-                dialog->cancel();
-            else if (attempts)
-                cancelWhenShown(attempts - 1);
-        });
-    };
-    cancelWhenShown(1000);
+    whenModal([](QWidget* shown) { qobject_cast<QProgressDialog*>(shown)->cancel(); }, 1000);
     filter->run(h.canvas, true);
     QCOMPARE(h.canvas->image(), picture);
     QCOMPARE(h.canvas->undoCount(), asks ? 4 : 5);

@@ -14,9 +14,8 @@ namespace {
 
 QByteArray be32(quint32 value)
 {
-    QByteArray bytes(4, '\0');
-    qToBigEndian(value, bytes.data());
-    return bytes;
+    value = qToBigEndian(value);
+    return QByteArray(reinterpret_cast<const char*>(&value), 4);
 }
 
 QByteArray pngChunk(const QByteArray& type, const QByteArray& data)
@@ -204,12 +203,9 @@ private slots:
         const QString target = file("keep.png", "precious");
         const QStringList entries = QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden);
         rlimit saved{}, full{4096, RLIM_INFINITY}; // every write beyond fails
-        getrlimit(RLIMIT_FSIZE, &saved);
-        auto* previous = std::signal(SIGXFSZ, SIG_IGN);
-        answerFileDialog(target);
+        getrlimit(RLIMIT_FSIZE, &saved), std::signal(SIGXFSZ, SIG_IGN), answerFileDialog(target);
         const bool savedWhenFull = setrlimit(RLIMIT_FSIZE, &full) == 0 && h.window.save();
         setrlimit(RLIMIT_FSIZE, &saved);
-        std::signal(SIGXFSZ, previous);
         QCOMPARE(readFile(target) + (savedWhenFull ? " saved" : ""), QByteArray("precious"));
         QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden), entries);
         QVERIFY(h.window.windowTitle().isEmpty() && h.canvas->isChanged());

@@ -13,7 +13,6 @@
 #include "app/splash.h"
 #include "canvas/canvas.h"
 #include "canvas/edgedetect.h"
-#include "canvas/picturememory.h"
 #include "filters/bumpfilter.h"
 #include "filters/invertfilter.h"
 #include "filters/zarnelatefilter.h"
@@ -22,7 +21,6 @@
 #include "tools/brushtool.h"
 #include "tools/magicwandtool.h"
 #include "tools/texttool.h"
-#include "tools/tool.h"
 
 inline QImage filled(int width, int height, QRgb pixel)
 {
@@ -82,7 +80,7 @@ inline std::shared_ptr<QString> answerSlider(std::optional<int> value, int attem
     auto seen = std::make_shared<QString>();
     whenModal(
         [seen, value](QWidget* w) {
-            if (auto* dialog = dynamic_cast<SliderDialog*>(w)) {
+            if (auto* dialog = qobject_cast<SliderDialog*>(w)) {
                 QSlider* slider = dialog->valueSlider();
                 *seen = QString::asprintf("%s %d %d..%d", qPrintable(w->windowTitle()),
                                           slider->value(), slider->minimum(), slider->maximum());
@@ -127,8 +125,7 @@ struct Harness
     }
     void mouse(QEvent::Type type, int x, int y, Qt::MouseButton b, Qt::KeyboardModifiers mods = {})
     {
-        if (type != QEvent::MouseMove)
-            held.setFlag(b, type == QEvent::MouseButtonPress);
+        held.setFlag(b, type == QEvent::MouseButtonPress); // a move's NoButton keeps them
         const QPointF at = canvas->imageToWidget(x, y);
         QMouseEvent event(type, at, canvas->mapToGlobal(at), b, held, mods);
         QApplication::sendEvent(canvas, &event);
@@ -157,10 +154,8 @@ struct Harness
     void select(const QRegion& region)
     {
         canvas->mask().fill(Qt::color0);
-        QPainter painter(&canvas->mask());
         for (const QRect& rect : region)
-            painter.fillRect(rect, Qt::color1);
-        painter.end();
+            QPainter(&canvas->mask()).fillRect(rect, Qt::color1);
         canvas->updateMaskStuff();
     }
     QRegion selection() const { return QRegion(std::as_const(*canvas).mask()); }

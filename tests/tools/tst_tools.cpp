@@ -204,8 +204,9 @@ private slots:
         const QRgb w = 0xffffffff, b = 0xff000000;
         const QRgb rows[] = {0, w, w, w, w, b, w, b, w, w,          w, w,
                              w, w, b, w, w, w, w, w, w, 0xff010101, w, w};
-        QImage image(6, 4, QImage::Format_ARGB32_Premultiplied);
-        std::copy(std::begin(rows), std::end(rows), reinterpret_cast<QRgb*>(image.bits()));
+        QImage image = filled(70, 4, w); // white beyond, past the first 64-pixel word
+        for (int i = 0; i < 24; ++i)
+            image.setPixel(i % 6, i / 6, rows[i]);
         Harness h(image, "Magic Wand");
         auto* wand = static_cast<MagicWandTool*>(h.tool);
         auto pixels = [](QList<QPoint> points) {
@@ -225,10 +226,10 @@ private slots:
         h.tool->mousePressEvent(QPoint(), {-0.6, 2}, Qt::LeftButton, Qt::LeftButton, {});
         QVERIFY(h.selects(pixels({{3, 3}, {5, 0}}))); // outside: the selection stays
         h.tool->mousePressEvent(QPoint(), {-0.5, 1.6}, Qt::LeftButton, Qt::LeftButton, {});
-        QVERIFY(h.selects(QRegion(0, 0, 6, 4) - pixels({{0, 0}, {1, 1}, {2, 2}, {3, 3}, {5, 0}})));
+        QVERIFY(h.selects(QRegion(0, 0, 70, 4) - pixels({{0, 0}, {1, 1}, {2, 2}, {3, 3}, {5, 0}})));
         h.type("]", 1000);
         h.press(3, 3);
-        QVERIFY(wand->currentTolerance() == 1000 && h.selects(QRegion(0, 0, 6, 4)));
+        QVERIFY(wand->currentTolerance() == 1000 && h.selects(QRegion(0, 0, 70, 4)));
     }
 
     // On random pictures, with several starts and walls now and then, the
