@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Nothing may crash Zarn, hang it or lose the picture: hostile files on the
-// Open path, memory running out, a failed save, extreme sizes and a random
-// session. ZARN_SESSION_STEPS lengthens the session for soak runs.
+// Nothing may crash Zarn, hang it or lose the picture. ZARN_SESSION_STEPS
+// lengthens the random session for soak runs.
 #include <csignal>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -90,9 +89,8 @@ private slots:
         QTest::newRow("every filter, no room") << QSize(6000, 4000) << 0 << true;
         QTest::newRow("strokes, history budget 4") << QSize(200, 100) << -4 << false;
     }
-    // In a child under a lowered address-space limit, every step (a stroke,
-    // or a filter with and without a selection) is done or refused whole,
-    // and undo walks back through pictures the steps left.
+    // In a child under a lowered address-space limit, every step is done or
+    // refused whole, and undo walks back through pictures the steps left.
     void outOfMemory()
     {
 #if defined(__SANITIZE_ADDRESS__)
@@ -103,8 +101,7 @@ private slots:
         QFETCH(bool, filtering);
         if (const pid_t child = fork()) {
             int status = 0;
-            QVERIFY2(waitpid(child, &status, 0) == child && status == 0,
-                     "the child crashed or failed");
+            QVERIFY2(waitpid(child, &status, 0) == child && status == 0, "the child failed");
             return;
         }
         auto check = [](bool ok, const QString& why) {
@@ -149,8 +146,7 @@ private slots:
         _exit(0);
     }
 
-    // Refused quickly, from the header, before a claimed giant is
-    // allocated; the open document stays.
+    // Refused quickly, before a claimed giant is allocated; the document stays.
     void hostileFilesKeepTheDocument()
     {
         QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
@@ -191,9 +187,8 @@ private slots:
         QCOMPARE(h.window.currentCanvas()->image().size(), QSize(3, 2));
     }
 
-    // A full disk fails the save and leaves the old file byte for byte; a
-    // folder that refuses new files still lets a writable file be saved over.
-    // Root writes anywhere, so it plays "nobody" there.
+    // A full disk leaves the old file byte for byte; a locked folder still lets
+    // a writable file be saved over (root writes anywhere: it plays "nobody").
     void saving()
     {
         QImage noise(300, 200, QImage::Format_ARGB32_Premultiplied); // far above 4 KiB as PNG
@@ -225,8 +220,7 @@ private slots:
             "1 1 picture.png");
     }
 
-    // Every tool, every filter and every magnification from 1/64 to 64 on
-    // pictures one pixel wide.
+    // Every tool, filter and magnification (1/64 to 64) on one-pixel-wide pictures.
     void extremeSizes()
     {
         for (const QSize size : {QSize(1, 1), QSize(1, 300), QSize(300, 1)}) {
@@ -257,8 +251,7 @@ private slots:
         }
     }
 
-    // Random input and random answers to every dialog over a real main
-    // window, two seeds of 2000 steps.
+    // Random input and dialog answers over a real main window, two seeds.
     void randomSession()
     {
         const QStringList files = {file("one.png", pngClaiming(1, 1)), file("text.png", "words"),

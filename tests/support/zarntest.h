@@ -39,8 +39,7 @@ inline QImage positions(int width, int height)
 }
 
 // Hands the next modal widget to handle once it is up: start it right before
-// the call that blocks on the dialog. The timer re-arms through the event
-// loop instead of sleeping; with attempts 0 it looks once only.
+// the call that blocks. It re-arms through the event loop; 0 attempts look once.
 inline void whenModal(std::function<void(QWidget*)> handle, int attempts = 200)
 {
     QTimer::singleShot(0, [handle, attempts]() {
@@ -92,9 +91,8 @@ inline std::shared_ptr<QString> answerSlider(std::optional<int> value, int attem
     return seen;
 }
 
-// An active main window holding the picture, if any, at 1:1 with the tool
-// picked from the tool bar. Gestures take image points and go straight to
-// the canvas (the offscreen platform misplaces the cursor).
+// An active main window with the picture, if any, and the tool picked. Gestures
+// take image points and go straight to the canvas (offscreen misplaces cursors).
 struct Harness
 {
     explicit Harness(const QImage& picture = {}, const QString& label = QString())

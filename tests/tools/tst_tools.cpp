@@ -55,10 +55,34 @@ private slots:
         h.press(100, 100);
         QCOMPARE(changedArea(white, h.canvas->image()), QRect(85, 85, 15, 30));
         QVERIFY(qAbs(qRed(h.canvas->image().pixel(99, 100)) - 128) <= 1);
+        // "[" and "]" step by 1 up to 15, by 5 to 50, 10 to 100, 25 to 200 and
+        // 50 beyond, a boundary taking the smaller step; every key repaints.
+        h.canvas->findChild<QTimer*>()->stop(); // its ticks repaint too
+        QString sizes;
+        for (QChar key : "[]]]]]]]][]]]]]][]]]]][]]]]" + QString(26, '[')) {
+            h.type(key);
+            sizes += QString::number(static_cast<BrushTool*>(h.tool)->brushSize()) + " ";
+        }
+        QCOMPARE(sizes,
+                 "14 15 20 25 30 35 40 45 50 45 50 60 70 80 90 100 90 100 125 150 175 200 175 "
+                 "200 250 256 256 206 156 131 106 81 71 61 51 41 36 31 26 21 16 11 10 9 8 "
+                 "7 6 5 4 3 2 1 1 ");
+        QCoreApplication::processEvents();
+        struct : QObject
+        {
+            int paints = 0;
+            bool eventFilter(QObject*, QEvent* e) override
+            {
+                return paints += e->type() == QEvent::Paint, false;
+            }
+        } counter;
+        h.canvas->installEventFilter(&counter);
+        h.type("a");
+        QCoreApplication::processEvents();
+        QVERIFY(counter.paints > 0);
     }
 
-    // Equal to a painter clipped to the mask's region, at the corner rounded
-    // halves up.
+    // As a painter clipped to the mask's region draws it at the corner, halves up.
     void brushStampPosition_data()
     {
         QTest::addColumn<QPointF>("corner");
@@ -95,39 +119,8 @@ private slots:
         QCOMPARE(h.canvas->image(), expected);
     }
 
-    // "[" and "]" step by 1 up to 15, by 5 to 50, 10 to 100, 25 to 200 and
-    // 50 beyond, a boundary taking the smaller step; every key repaints.
-    void brushSizeSteps()
-    {
-        Harness h(filled(10, 10, 0), "Brush");
-        h.canvas->findChild<QTimer*>()->stop(); // its ticks repaint too
-        QString sizes;
-        for (QChar key : "[]]]]]]]][]]]]]][]]]]][]]]]" + QString(26, '[')) {
-            h.type(key);
-            sizes += QString::number(static_cast<BrushTool*>(h.tool)->brushSize()) + " ";
-        }
-        QCOMPARE(sizes,
-                 "14 15 20 25 30 35 40 45 50 45 50 60 70 80 90 100 90 100 125 150 175 200 175 "
-                 "200 250 256 256 206 156 131 106 81 71 61 51 41 36 31 26 21 16 11 10 9 8 "
-                 "7 6 5 4 3 2 1 1 ");
-        QCoreApplication::processEvents();
-        struct : QObject
-        {
-            int paints = 0;
-            bool eventFilter(QObject*, QEvent* e) override
-            {
-                return paints += e->type() == QEvent::Paint, false;
-            }
-        } counter;
-        h.canvas->installEventFilter(&counter);
-        h.type("a");
-        QCoreApplication::processEvents();
-        QVERIFY(counter.paints > 0);
-    }
-
-    // The word's baseline starts at the press, at the opacity of the last
-    // digit; a selection clips it, Select All clips nothing away, not even
-    // an underline beyond the ink.
+    // The baseline starts at the press, at the last digit's opacity; a selection
+    // clips, Select All nothing, not even an underline beyond the ink.
     void text()
     {
         const QImage white = filled(600, 300, 0xffffffff);
@@ -232,9 +225,8 @@ private slots:
         QVERIFY(wand->currentTolerance() == 1000 && h.selects(QRegion(0, 0, 70, 4)));
     }
 
-    // On random pictures, with several starts and walls now and then, the
-    // fill's arrays are pinned by a digest of those of the breadth-first
-    // fill taken pixel by pixel.
+    // Random pictures, several starts, walls now and then: the fill's arrays are
+    // pinned by a digest of those of a breadth-first fill pixel by pixel.
     void wandFillOnRandomPictures()
     {
         QRandomGenerator random(2024);
