@@ -108,7 +108,7 @@ private slots:
         QCOMPARE(rested->image(), shown);
     }
 
-    void applyImageWithMask()
+    void maskAndApply()
     {
         QImage result = filled(40, 30, 0xFFFF0000);
         result.setPixel(20, 20, 0); // transparent: keeps the document's pixel
@@ -127,11 +127,7 @@ private slots:
         canvas->applyImageWithMask(filled(w, h, 0x80800000));
         for (QPoint p : {QPoint(0, 0), QPoint(1, 0), QPoint(w - 1, h - 1), QPoint(w - 2, h - 1)})
             QCOMPARE(canvas->image().pixel(p), (p.x() + p.y()) % 2 ? 0xFFFFFFFFu : 0xFFFF7F7Fu);
-    }
-
-    void maskOperations()
-    {
-        auto canvas = makeCanvas(QSize(100, 100), filled(801, 7, 0xFFFFFFFF)); // rows with padding
+        canvas = makeCanvas(QSize(100, 100), filled(801, 7, 0xFFFFFFFF)); // rows with padding
         QVERIFY(canvas->isMaskEmpty());
         canvas->invertMask();
         QCOMPARE(canvas->maskRegion(), QRegion(0, 0, 801, 7));
@@ -149,7 +145,7 @@ private slots:
         QVERIFY(canvas->isMaskEmpty() && canvas->outlineDirty);
     }
 
-    void viewAndKeys()
+    void viewKeysAndHand()
     {
         auto canvas = makeCanvas(QSize(600, 400), filled(800, 600, 0xFFFFFFFF));
         QCOMPARE(canvas->viewRect(), QRectF(100, 100, 600, 400));
@@ -177,19 +173,15 @@ private slots:
         QCOMPARE(canvas->viewRect(), QRectF(192, 300 - 400.0 / 3, 400, 800.0 / 3));
         QTest::keyClick(canvas.get(), Qt::Key_Minus, Qt::ControlModifier);
         QCOMPARE(canvas->viewRect(), QRectF(92, 100, 600, 400));
-    }
-
-    // Space holds the hand over any tool, auto-repeat or not; a press and release
-    // under different tools pair their cursors; the hand drags the image along.
-    void spaceHandTool()
-    {
-        auto canvas = makeCanvas(QSize(100, 100), filled(50, 50, 0xFFFFFFFF));
+        // Space holds the hand over any tool, auto-repeat or not; a press and
+        // release under different tools pair their cursors; the hand drags.
+        canvas = makeCanvas(QSize(100, 100), filled(50, 50, 0xFFFFFFFF));
         auto stacks = [&canvas] {
             return QString::asprintf("%d %d %d", canvas->toolDepth(), canvas->cursorDepth(),
                                      int(canvas->cursor().shape()));
         };
-        RecordingTool tool;
-        canvas->pushTool(&tool);
+        RecordingTool held;
+        canvas->pushTool(&held);
         space(*canvas, QEvent::KeyPress);
         for (int i = 0; i < 3; ++i)
             space(*canvas, QEvent::KeyRelease, true), space(*canvas, QEvent::KeyPress, true);
@@ -205,7 +197,7 @@ private slots:
         space(*canvas, QEvent::KeyRelease);
         QCOMPARE(stacks() + " " + QString::number(canvas->unpairedCursorPops()),
                  QString("2 1 %1 0").arg(Qt::CrossCursor));
-        QCOMPARE(tool.calls.join(' '), "on off on press 10,10 -15,-15 off on off");
+        QCOMPARE(held.calls.join(' '), "on off on press 10,10 -15,-15 off on off");
         canvas->zoom(2); // 40 widget pixels at zoom 2 are 20 image pixels
         const QRectF view = canvas->viewRect();
         space(*canvas, QEvent::KeyPress);

@@ -10,10 +10,7 @@ for tool in Xvfb xdotool python3; do
 done
 rm -rf "$out" && mkdir -m 700 -p "$out"
 trap 'kill $zarn_pid $xvfb_pid 2>/dev/null; wait' EXIT
-fail() {
-    echo "e2e_desktop: FAILED: $*" >&2; sed 's/^/  zarn: /' "$out/zarn.log" >&2 2>/dev/null
-    cp "$out/Xvfb_screen0" "$out/failure.xwd" 2>/dev/null && echo "  screen: $out/failure.xwd" >&2; exit 1
-}
+fail() { echo "e2e_desktop: FAILED: $*" >&2; sed 's/^/  zarn: /' "$out/zarn.log" >&2 2>/dev/null; exit 1; }
 # Polls a command for up to $1 seconds; X has no event for "has repainted".
 poll() {
     local deadline=$((SECONDS + $1)); shift

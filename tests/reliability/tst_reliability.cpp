@@ -165,9 +165,8 @@ private slots:
         Harness h(QImage(suite.filePath("basn2c08.png")));
         h.window.setFilename("kept.png");
         const QImage pixels = h.canvas->image();
-        QFile peak("/proc/self/clear_refs"); // resets the peak mark to the current size
-        QVERIFY(peak.open(QIODevice::WriteOnly) && peak.write("5") == 1);
-        peak.close();
+        QFile peak("/proc/self/clear_refs"); // "5" resets the peak mark to the current size
+        QVERIFY(peak.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && peak.write("5") == 1);
         [[maybe_unused]] const long before = statusKiB("VmRSS");
         for (const QString& path : hostile + suite.entryList({"x*.png"}, QDir::Files)) {
             answerFileDialog(path.startsWith('/') ? path : suite.filePath(path));
