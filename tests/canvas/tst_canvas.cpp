@@ -137,9 +137,8 @@ private slots:
         QVERIFY(!canvas->isMaskEmpty());
         select(*canvas, QRect(3, 1, 790, 4));
         canvas->invertMask();
-        QVERIFY((QRegion(canvas->mask()) ^ QRegion(0, 0, 801, 7) ^ QRegion(3, 1, 790, 4) ^
-                 QRegion(800, 6, 1, 1))
-                    .isEmpty());
+        const QRegion expected = QRegion(0, 0, 801, 7) - QRect(3, 1, 790, 4) - QRect(800, 6, 1, 1);
+        QVERIFY((QRegion(canvas->mask()) ^ expected).isEmpty());
         canvas->outlineDirty = false;
         canvas->clearMask();
         QVERIFY(canvas->isMaskEmpty() && canvas->outlineDirty);

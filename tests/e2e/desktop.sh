@@ -5,9 +5,7 @@
 #   desktop.sh <path-to-zarn> <output-dir>      (exits 77 when X tools are missing)
 set -euo pipefail
 zarn="$(realpath "$1")" out="$2/desktop" picture="sunset photo.ppm" xvfb_pid="" zarn_pid=""
-for tool in Xvfb xdotool python3; do
-    command -v "$tool" >/dev/null || { echo "SKIP: $tool is not installed"; exit 77; }
-done
+hash Xvfb xdotool python3 2>/dev/null || { echo "SKIP: Xvfb, xdotool or python3 is missing"; exit 77; }
 rm -rf "$out" && mkdir -m 700 -p "$out"
 trap 'kill $zarn_pid $xvfb_pid 2>/dev/null; wait' EXIT
 fail() { echo "e2e_desktop: FAILED: $*" >&2; sed 's/^/  zarn: /' "$out/zarn.log" >&2 2>/dev/null; exit 1; }

@@ -13,12 +13,9 @@ struct
     bool showAtOnce = false; // so that a timer can cancel it
 } progress;
 
-template <typename F> class Watched : public F
+template <typename F> struct Watched : F
 {
-public:
     using F::F;
-
-protected:
     std::unique_ptr<QProgressDialog> createProgress(const QString& text, int max) const override
     {
         auto dialog = F::createProgress(text, max);
@@ -62,9 +59,7 @@ std::pair<Filter*, QImage> filterAndRun(const QString& name, QWidget* parent, QI
 // Pictures too big to spell out, pinned by a digest of their pixels.
 QByteArray digest(const uchar* bits, qsizetype bytes)
 {
-    return QCryptographicHash::hash(QByteArrayView(bits, bytes), QCryptographicHash::Sha1)
-        .toHex()
-        .left(20);
+    return QCryptographicHash::hash({bits, bytes}, QCryptographicHash::Sha1).toHex().left(20);
 }
 
 } // namespace
@@ -138,12 +133,10 @@ private slots:
 
     void workedNumbers()
     {
-        const QList<QRgb> input = {0x80400080u, 0xFF000000u, 0x00000000u, 0x7F123456u};
-        QImage image(4, 1, QImage::Format_ARGB32_Premultiplied);
-        std::copy(input.begin(), input.end(), reinterpret_cast<QRgb*>(image.bits()));
-        invert_pixels(image);
-        const auto* line = reinterpret_cast<const QRgb*>(image.constBits());
-        QCOMPARE(QList<QRgb>(line, line + 4),
+        QRgb pixels[] = {0x80400080u, 0xFF000000u, 0x00000000u, 0x7F123456u};
+        QImage image(reinterpret_cast<uchar*>(pixels), 4, 1, QImage::Format_ARGB32_Premultiplied);
+        invert_pixels(image); // in place
+        QCOMPARE(QList<QRgb>(pixels, pixels + 4),
                  QList<QRgb>({0x80BFFF7Fu, 0xFFFFFFFFu, 0x00FFFFFFu, 0x7FEDCBA9u}));
         QCOMPARE(zarnify_pixel(qRgb(255, 0, 0), 25), qRgb(255, 96, 0));
         QCOMPARE(zarnify_pixel(qRgb(0, 0, 255), 25), qRgb(96, 0, 255));

@@ -149,7 +149,6 @@ private slots:
     // Refused quickly, before a claimed giant is allocated; the document stays.
     void hostileFilesKeepTheDocument()
     {
-        QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
         const QByteArray good = pngClaiming(3, 2);
         QCOMPARE(::mkfifo(QFile::encodeName(dir.filePath("pipe.png")).constData(), 0600), 0);
         const QStringList hostile = {

@@ -202,24 +202,19 @@ private slots:
             image.setPixel(i % 6, i / 6, rows[i]);
         Harness h(image, "Magic Wand");
         auto* wand = static_cast<MagicWandTool*>(h.tool);
-        auto pixels = [](QList<QPoint> points) {
-            QRegion region;
-            for (const QPoint& p : points)
-                region += QRect(p, QSize(1, 1));
-            return region;
-        };
+        const QRegion diagonal = QRegion(0, 0, 1, 1) + QRect(1, 1, 1, 1) + QRect(2, 2, 1, 1);
+        const QRegion nearBlack(3, 3, 1, 1), black(5, 0, 1, 1);
         h.type("[", 61);
         h.press(1, 1); // within 3 and inclusive; alpha ignored
-        QVERIFY(wand->currentTolerance() == 3 &&
-                h.selects(pixels({{0, 0}, {1, 1}, {2, 2}, {3, 3}})));
+        QVERIFY(wand->currentTolerance() == 3 && h.selects(diagonal + nearBlack));
         h.type("[", 10);
         h.press(5, 0, Qt::ShiftModifier);
         h.press(0, 0, Qt::AltModifier | Qt::ShiftModifier); // at 0 the near-black stays
-        QVERIFY(h.selects(pixels({{3, 3}, {5, 0}})));
+        QVERIFY(h.selects(nearBlack + black));
         h.tool->mousePressEvent(QPoint(), {-0.6, 2}, Qt::LeftButton, Qt::LeftButton, {});
-        QVERIFY(h.selects(pixels({{3, 3}, {5, 0}}))); // outside: the selection stays
+        QVERIFY(h.selects(nearBlack + black)); // outside: the selection stays
         h.tool->mousePressEvent(QPoint(), {-0.5, 1.6}, Qt::LeftButton, Qt::LeftButton, {});
-        QVERIFY(h.selects(QRegion(0, 0, 70, 4) - pixels({{0, 0}, {1, 1}, {2, 2}, {3, 3}, {5, 0}})));
+        QVERIFY(h.selects(QRegion(0, 0, 70, 4) - diagonal - nearBlack - black));
         h.type("]", 1000);
         h.press(3, 3);
         QVERIFY(wand->currentTolerance() == 1000 && h.selects(QRegion(0, 0, 70, 4)));
