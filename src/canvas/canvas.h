@@ -152,6 +152,7 @@ private:
     void maskChanged();
     bool releasePicture() override;
     void keepSnapshot(const QImage& picture);
+    void stepHistory(std::list<QImage>& from, std::list<QImage>& to);
     bool reserveOwnCopy();
     QImage doomedPicture();
     void takeOwnCopy();

@@ -2,6 +2,7 @@
 // The undo history of the canvas and the memory behind it.
 #include <QTimerEvent>
 #include <algorithm>
+#include <utility>
 
 #include "canvas/canvas.h"
 
@@ -51,25 +52,21 @@ void Canvas::keepSnapshot(const QImage& picture)
 
 void Canvas::undo()
 {
-    if (undoList.empty())
-        return;
-    QImage previous = undoList.back();
-    undoList.pop_back();
-    redoList.push_back(documentImage);
-    documentImage = previous;
-    ownCopyPending = false;
-    watchForIdle();
-    update();
+    stepHistory(undoList, redoList);
 }
 
 void Canvas::redo()
 {
-    if (redoList.empty())
+    stepHistory(redoList, undoList);
+}
+
+// The newest picture of from becomes the document; the document goes to to.
+void Canvas::stepHistory(std::list<QImage>& from, std::list<QImage>& to)
+{
+    if (from.empty())
         return;
-    QImage next = redoList.back();
-    redoList.pop_back();
-    undoList.push_back(documentImage);
-    documentImage = next;
+    to.push_back(std::exchange(documentImage, from.back()));
+    from.pop_back();
     ownCopyPending = false;
     watchForIdle();
     update();

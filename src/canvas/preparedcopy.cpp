@@ -9,9 +9,9 @@
 void PreparedCopy::adopt(QImage candidate, const QImage& like)
 {
     release();
-    if (candidate.isDetached() && candidate.size() == like.size() &&
-        candidate.format() == like.format() && candidate.bytesPerLine() == like.bytesPerLine())
-        buffer = std::move(candidate);
+    buffer = std::move(candidate);
+    if (!buffer.isDetached() || !fits(like))
+        release();
 }
 
 void PreparedCopy::release()
