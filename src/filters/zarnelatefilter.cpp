@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstdlib>
 #include <map>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -72,45 +73,81 @@ void blend_row(QRgb* target, const QRgb* source, int count)
     }
 }
 
-// A brush with, for each of its rows, the first and last pixel that is not
-// fully transparent: the silhouette's ground need not be visited.
+// A brush with, for each of its rows, its runs of ink: opaque runs are
+// copied, translucent ones blended, and the transparent ground is skipped.
 struct Brush
 {
-    explicit Brush(const QImage& made)
-        : image(made.convertToFormat(QImage::Format_ARGB32_Premultiplied))
+    struct Run
     {
-        for (int y = 0; y < image.height(); ++y) {
-            const auto* line = reinterpret_cast<const QRgb*>(image.constScanLine(y));
-            int first = 0;
-            int last = image.width() - 1;
-            while (first <= last && line[first] == 0)
-                ++first;
-            while (last >= first && line[last] == 0)
-                --last;
-            inkRows.emplace_back(first, last);
+        int first;
+        int last;
+        bool opaque;
+    };
+
+    explicit Brush(const QImage& made)
+        : image(made.convertToFormat(QImage::Format_ARGB32_Premultiplied)), size(image.size()),
+          bits(image.constBits()), stride(image.bytesPerLine())
+    {
+        for (int y = 0; y < size.height(); ++y) {
+            firstRun.push_back(int(runs.size()));
+            add_runs(reinterpret_cast<const QRgb*>(image.constScanLine(y)));
+        }
+        firstRun.push_back(int(runs.size()));
+    }
+
+    // Alternating opaque and translucent stretches; a translucent one that
+    // is all ground is left out, stray ground inside one is blended as 0.
+    void add_runs(const QRgb* line)
+    {
+        for (int x = 0; x < size.width();) {
+            const bool opaque = line[x] >= 0xff000000u;
+            int last = x;
+            bool ink = opaque;
+            while (last + 1 < size.width() && (line[last + 1] >= 0xff000000u) == opaque) {
+                ++last;
+                ink = ink || line[last] != 0;
+            }
+            if (ink || line[x] != 0)
+                runs.push_back({x, last, opaque});
+            x = last + 1;
         }
     }
 
     QImage image;
-    std::vector<std::pair<int, int>> inkRows;
+    QSize size;
+    const uchar* bits;
+    qsizetype stride;
+    std::vector<Run> runs;
+    std::vector<int> firstRun;
+};
+
+// The target's pixels, looked up once per batch rather than once per stamp.
+struct Pixels
+{
+    uchar* bits;
+    qsizetype stride;
 };
 
 // Draws brush with its top-left corner at corner, cut to clip.
-void stamp(QImage& target, const Brush& brush, const QPoint& corner, const QRect& clip)
+void stamp(const Pixels& target, const Brush& brush, const QPoint& corner, const QRect& clip)
 {
-    const QRect area = QRect(corner, brush.image.size()) & clip;
-    uchar* bits = target.bits();
-    const qsizetype stride = target.bytesPerLine();
+    const QRect area = QRect(corner, brush.size) & clip;
     for (int y = area.top(); y <= area.bottom(); ++y) {
-        const std::pair<int, int> ink = brush.inkRows[size_t(y - corner.y())];
-        const int from = std::max(area.left(), corner.x() + ink.first);
-        const int to = std::min(area.right(), corner.x() + ink.second);
-        if (from > to)
-            continue;
-        const auto* source =
-            reinterpret_cast<const QRgb*>(brush.image.constScanLine(y - corner.y()));
-        blend_row(reinterpret_cast<QRgb*>(bits + y * stride) + from, source + (from - corner.x()),
-                  to - from + 1);
+        const int row = y - corner.y();
+        const auto* source = reinterpret_cast<const QRgb*>(brush.bits + row * brush.stride);
+        auto* line = reinterpret_cast<QRgb*>(target.bits + y * target.stride);
+        for (int r = brush.firstRun[size_t(row)]; r < brush.firstRun[size_t(row) + 1]; ++r) {
+            const Brush::Run& run = brush.runs[size_t(r)];
+            const int from = std::max(area.left(), corner.x() + run.first);
+            const int to = std::min(area.right(), corner.x() + run.last);
+            if (from > to)
+                continue;
+            const QRgb* ink = source + (from - corner.x());
+            if (run.opaque)
+                std::copy(ink, ink + (to - from + 1), line + from);
+            else
+                blend_row(line + from, ink, to - from + 1);
+        }
     }
 }
 
@@ -127,7 +164,7 @@ constexpr int kTileShift = 8;
 // The tiles a stamp reaches, as a rectangle of tile columns and rows.
 QRect tiles_of(const Stamp& s, const QRect& picture)
 {
-    const QRect area = QRect(s.corner, s.brush->image.size()) & picture;
+    const QRect area = QRect(s.corner, s.brush->size) & picture;
     if (area.isEmpty())
         return QRect();
     return QRect(QPoint(area.left() >> kTileShift, area.top() >> kTileShift),
@@ -161,12 +198,13 @@ void draw_tiled(QImage& target, const std::vector<Stamp>& stamps)
             for (int tx = tiles.left(); tx <= tiles.right(); ++tx)
                 order[size_t(next[size_t(ty * columns + tx)]++)] = int(i);
     }
+    const Pixels pixels{target.bits(), target.bytesPerLine()};
     for (int t = 0; t < columns * rows; ++t) {
         const QRect tile((t % columns) << kTileShift, (t / columns) << kTileShift, 1 << kTileShift,
                          1 << kTileShift);
         for (int k = firstOfTile[size_t(t)]; k < firstOfTile[size_t(t) + 1]; ++k) {
             const Stamp& s = stamps[size_t(order[size_t(k)])];
-            stamp(target, *s.brush, s.corner, tile & picture);
+            stamp(pixels, *s.brush, s.corner, tile & picture);
         }
     }
 }
@@ -252,8 +290,10 @@ int zarnelate_stamp_count(int width, int height, int size)
     return int(std::min<long long>(count, INT_MAX));
 }
 
-QImage zarnelate_image(const QImage& source, const QBitmap& bitmap, int size,
-                       const FilterProgress& progress)
+namespace {
+
+QImage stamped(const QImage& source, const QBitmap& bitmap, int size,
+               const FilterProgress& progress)
 {
     const QImage pixels = source.convertToFormat(QImage::Format_ARGB32_Premultiplied);
     QImage result = allocate_picture(pixels.size());
@@ -265,14 +305,17 @@ QImage zarnelate_image(const QImage& source, const QBitmap& bitmap, int size,
     // Stamps are gathered in batches and drawn a batch at a time; brushes
     // are still made in the order of the stamps, so each key keeps the
     // colour that first produced it.
-    constexpr size_t kBatch = 1 << 16;
+    constexpr size_t kBatch = 1 << 18;
+    const uchar* bits = pixels.constBits();
+    const qsizetype stride = pixels.bytesPerLine();
+    const QSize area = result.size();
     std::vector<Stamp> batch;
     batch.reserve(std::min(kBatch, size_t(count)));
     for (int i = 0; i < count; ++i) {
-        const QPoint p = rand_point(size, result.size());
-        const QPoint q = clamp_pos(p, result.size());
+        const QPoint p = rand_point(size, area);
+        const QPoint q = clamp_pos(p, area);
         // The stored premultiplied channels, made opaque: QColor drops alpha.
-        const QRgb pixel = reinterpret_cast<const QRgb*>(pixels.constScanLine(q.y()))[q.x()];
+        const QRgb pixel = reinterpret_cast<const QRgb*>(bits + q.y() * stride)[q.x()];
         batch.push_back({QPoint(p.x() - size, p.y() - size), &brushes.brush(pixel)});
         if (batch.size() == kBatch) {
             draw_tiled(result, batch);
@@ -283,6 +326,20 @@ QImage zarnelate_image(const QImage& source, const QBitmap& bitmap, int size,
     }
     draw_tiled(result, batch);
     return result;
+}
+
+} // namespace
+
+QImage zarnelate_image(const QImage& source, const QBitmap& bitmap, int size,
+                       const FilterProgress& progress)
+{
+    // Out of memory for the stamp lists or the brushes, the run gives no
+    // result, as when the result itself cannot be had.
+    try {
+        return stamped(source, bitmap, size, progress);
+    } catch (const std::bad_alloc&) {
+        return QImage();
+    }
 }
 
 // The silhouette is compiled in; should it ever be missing, the brushes come
