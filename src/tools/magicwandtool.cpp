@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <utility>
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -219,6 +220,8 @@ void apply_to_mask(Canvas* canvas, const WordFill& fill, bool subtract)
     // Written word by word into the mask's least significant bit first
     // one-bit rows, whose bytes hold the pixels in the words' order.
     QImage bits = std::as_const(*canvas).mask().toImage().convertToFormat(QImage::Format_MonoLSB);
+    if (bits.isNull())
+        return;
     const int bytesPerRow = (bits.width() + 7) / 8;
     for (int y = 0; y < bits.height(); ++y) {
         uchar* line = bits.scanLine(y);
@@ -230,7 +233,9 @@ void apply_to_mask(Canvas* canvas, const WordFill& fill, bool subtract)
                 line[b] = subtract ? uchar(line[b] & ~uchar(word)) : uchar(line[b] | uchar(word));
         }
     }
-    canvas->mask() = QBitmap::fromImage(std::move(bits));
+    const QBitmap updated = QBitmap::fromImage(std::move(bits));
+    if (!updated.isNull())
+        canvas->mask() = updated;
 }
 
 } // namespace
@@ -274,19 +279,24 @@ void MagicWandTool::mousePressEvent(const QPoint&, const QPointF& imagePos, Qt::
         log("%d %d outside\n", seed.x(), seed.y());
         return;
     }
-    subtract = begin_selection(canvas, modifiers);
     // The fill only reads the picture, so it reads the canvas's own pixels:
     // a private copy would hold the same values.
     const QImage source = canvas->image().convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    std::vector<unsigned int*> rows(size_t(source.height()));
-    for (int y = 0; y < source.height(); ++y)
-        rows[size_t(y)] = const_cast<unsigned int*>(
-            reinterpret_cast<const unsigned int*>(source.constScanLine(y)));
-    WordFill fill(rows[size_t(seed.y())][seed.x()], tolerance, rows, source.width(),
-                  source.height(), nullptr);
-    fill.start(seed);
-    fill.run();
-    apply_to_mask(canvas, fill, subtract != 0);
+    try {
+        std::vector<unsigned int*> rows(size_t(source.height()));
+        for (int y = 0; y < source.height(); ++y)
+            rows[size_t(y)] = const_cast<unsigned int*>(
+                reinterpret_cast<const unsigned int*>(source.constScanLine(y)));
+        WordFill fill(rows[size_t(seed.y())][seed.x()], tolerance, rows, source.width(),
+                      source.height(), nullptr);
+        fill.start(seed);
+        fill.run();
+        subtract = begin_selection(canvas, modifiers);
+        apply_to_mask(canvas, fill, subtract != 0);
+    } catch (const std::bad_alloc&) {
+        // Out of memory for the fill's tables the click leaves the selection.
+        return;
+    }
     canvas->updateAll();
 }
 
