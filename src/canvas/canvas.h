@@ -71,11 +71,9 @@ public:
     // of copying it (filters hand over their results this way).
     void applyImageWithMask(QImage&& image);
 
-    // The clip region of the selection's set pixels, cached until the mask
-    // is next handed out for writing or changed by the canvas itself.
-    const QRegion& maskRegion() const;
     // The mask as LSB-first bits, a bit of 1 being a selected pixel, cached
-    // like the region; null when the memory for it cannot be had.
+    // until the mask is next handed out for writing or changed by the canvas
+    // itself; null when the memory for it cannot be had.
     const QImage& selectionBits() const;
 
     // View
@@ -168,8 +166,6 @@ private:
 
     // Caches derived from selectionMask; see maskChanged().
     mutable int maskEmptyState = -1; // -1 unknown, 0 no, 1 yes
-    mutable QRegion cachedMaskRegion;
-    mutable bool maskRegionValid = false;
     mutable QImage cachedSelectionBits;
     // The expanded mask that scaled drawing reads; see drawShownMask().
     QImage colorizedMaskCache;

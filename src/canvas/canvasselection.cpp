@@ -154,15 +154,6 @@ bool Canvas::isMaskEmpty() const
     return maskEmptyState == 1;
 }
 
-const QRegion& Canvas::maskRegion() const
-{
-    if (!maskRegionValid) {
-        cachedMaskRegion = selectionMask.isNull() ? QRegion() : QRegion(selectionMask);
-        maskRegionValid = true;
-    }
-    return cachedMaskRegion;
-}
-
 const QImage& Canvas::selectionBits() const
 {
     if (cachedSelectionBits.isNull() && !selectionMask.isNull())
@@ -174,8 +165,6 @@ void Canvas::maskChanged()
 {
     cachedSelectionBits = QImage();
     maskEmptyState = -1;
-    maskRegionValid = false;
-    cachedMaskRegion = QRegion();
 }
 
 void Canvas::clearMask()
