@@ -151,6 +151,7 @@ private slots:
         QCOMPARE(zarnelate_stamp_count(100, 100, 100), 4);
         QCOMPARE(zarnelate_stamp_count(10, 10, 21), 0);
         QCOMPARE(zarnelate_stamp_count(10, 10, 20), 1);
+        QCOMPARE(zarnelate_stamp_count(10, 10, 0), 0);
         // Stamps of the silhouette's colour read at the clamped centre (a
         // translucent one's stored channels, made opaque), soft edges blended.
         QImage source = positions(64, 48);
