@@ -21,6 +21,9 @@ class QPainter;
 class QTimer;
 class Tool;
 
+// A bitmap as LSB-first bits, a bit of 1 being a set (Qt::color1) pixel.
+QImage selected_bits(const QBitmap& mask);
+
 // The document (picture, selection mask, undo history) and its view in one
 // widget. Mouse and key input go to the tool on top of its tool stack.
 //
@@ -29,9 +32,6 @@ class Tool;
 // picture). The copy is made ahead, while the program is idle, into a spare
 // buffer; when memory runs short the oldest snapshots go first, and an
 // operation that still does not fit is refused and changes nothing.
-// A bitmap as LSB-first bits, a bit of 1 being a set (Qt::color1) pixel.
-QImage selected_bits(const QBitmap& mask);
-
 class Canvas : public QWidget, private PictureReclaimer
 {
     Q_OBJECT

@@ -114,6 +114,7 @@ struct Brush
     }
 
     QImage image;
+    // Read for every stamp, so kept here rather than asked of the image.
     QSize size;
     const uchar* bits;
     qsizetype stride;
